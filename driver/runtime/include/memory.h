@@ -1,0 +1,2 @@
+/* The older name of <string.h>. */
+#include <string.h>

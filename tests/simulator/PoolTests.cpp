@@ -1,0 +1,233 @@
+// Holds the pool to UEFI 2.10, section 7.2, and to its promise to catch what a driver does wrong with memory.
+#include "tests/simulator/FirmwareTest.h"
+
+namespace {
+
+// Writes and reads where instrumented code may not.
+__attribute__((no_sanitize("address"))) void Poke(UINT8 *Address, UINT8 Value) {
+  *static_cast<volatile UINT8 *>(Address) = Value;
+}
+
+__attribute__((no_sanitize("address"))) UINT8 Peek(const UINT8 *Address) {
+  return *static_cast<const volatile UINT8 *>(Address);
+}
+
+class PoolTests : public FirmwareTest {
+protected:
+  UINT8 *Allocate(UINTN Size) {
+    VOID *Buffer = nullptr;
+    return Boot->AllocatePool(EfiBootServicesData, Size, &Buffer) == EFI_SUCCESS
+               ? static_cast<UINT8 *>(Buffer)
+               : nullptr;
+  }
+};
+
+TEST_F(PoolTests, BlocksAreAlignedToEightAndNoMoreAndFilled) {
+  for (UINTN Size : {0, 1, 7, 8, 9, 15, 16, 17, 100, 4096, 100000}) {
+    UINT8 *Block = Allocate(Size);
+    ASSERT_NE(Block, nullptr) << Size;
+    EXPECT_EQ(reinterpret_cast<UINT64>(Block) % 16, 8u) << Size;
+    for (UINTN Index = 0; Index < Size; ++Index) {
+      ASSERT_EQ(Block[Index], Pool::mAllocateFill) << Size << " at " << Index;
+    }
+    EXPECT_EQ(Boot->FreePool(Block), EFI_SUCCESS) << Size;
+    for (UINTN Index = 0; Index < Size; ++Index) {
+      ASSERT_EQ(Peek(Block + Index), Pool::mFreeFill) << Size << " at " << Index;
+    }
+  }
+}
+
+TEST_F(PoolTests, RefusesTypesThatNoPoolIsMadeOf) {
+  const struct {
+    EFI_MEMORY_TYPE Type;
+    EFI_STATUS Status;
+  } Rows[] = {
+      {EfiReservedMemoryType, EFI_SUCCESS},
+      {EfiBootServicesData, EFI_SUCCESS},
+      {EfiRuntimeServicesData, EFI_SUCCESS},
+      {EfiACPIMemoryNVS, EFI_SUCCESS},
+      {0x70000000, EFI_SUCCESS},
+      {0x80000000, EFI_SUCCESS},
+      {EfiConventionalMemory, EFI_INVALID_PARAMETER},
+      {EfiPersistentMemory, EFI_INVALID_PARAMETER},
+      {EfiMaxMemoryType, EFI_INVALID_PARAMETER},
+      {0x6FFFFFFF, EFI_INVALID_PARAMETER},
+  };
+  for (const auto &Row : Rows) {
+    VOID *Buffer = nullptr;
+    EXPECT_EQ(Boot->AllocatePool(Row.Type, 8, &Buffer), Row.Status) << Row.Type;
+    if (Row.Status == EFI_SUCCESS) {
+      EXPECT_EQ(Firmware.Memory.OpenBlocks().at(0).Type, Row.Type);
+      EXPECT_EQ(Boot->FreePool(Buffer), EFI_SUCCESS);
+    }
+  }
+  EXPECT_EQ(Boot->AllocatePool(EfiBootServicesData, 8, nullptr), EFI_INVALID_PARAMETER);
+}
+
+TEST_F(PoolTests, FailsOnceOrFromACallOnAndLeavesGarbageInThePlace) {
+  const auto Succeeded = [&](int Calls) {
+    std::string Pattern;
+    for (int Call = 0; Call < Calls; ++Call) {
+      VOID *Buffer = nullptr;
+      const EFI_STATUS Status = Boot->AllocatePool(EfiBootServicesData, 16, &Buffer);
+      Pattern += Status == EFI_SUCCESS ? '+' : '-';
+      if (Status == EFI_SUCCESS) {
+        Boot->FreePool(Buffer);
+      } else {
+        EXPECT_EQ(Status, EFI_OUT_OF_RESOURCES);
+        EXPECT_EQ(reinterpret_cast<UINT64>(Buffer), 0xAFAFAFAFAFAFAFAFu);
+      }
+    }
+    return Pattern;
+  };
+  EXPECT_EQ(Succeeded(2), "++");
+  Firmware.Memory.FailAt(1);
+  Firmware.Memory.FailAt(3);
+  EXPECT_EQ(Succeeded(5), "-+-++");
+  Firmware.Memory.FailFrom(2);
+  EXPECT_EQ(Succeeded(4), "+---");
+  Firmware.Memory.ClearFailures();
+  EXPECT_EQ(Succeeded(2), "++");
+  EXPECT_EQ(Firmware.Memory.Calls(), 13u);
+}
+
+TEST_F(PoolTests, RefusesWhatIsBeyondItsCapacity) {
+  EXPECT_EQ(Allocate(~UINTN{0}), nullptr);
+  EXPECT_EQ(Allocate(~UINTN{0} - 8), nullptr);
+  Firmware.Memory.SetCapacity(100);
+  UINT8 *Block = Allocate(60);
+  EXPECT_EQ(Allocate(41), nullptr);
+  UINT8 *Rest = Allocate(40);
+  ASSERT_NE(Rest, nullptr);
+  Boot->FreePool(Rest);
+  Boot->FreePool(Block);
+}
+
+TEST_F(PoolTests, CountsLiveAndPeak) {
+  UINT8 *First = Allocate(100);
+  UINT8 *Second = Allocate(50);
+  Boot->FreePool(First);
+  UINT8 *Third = Allocate(20);
+  const Pool::Statistics &Figures = Firmware.Memory.Figures();
+  EXPECT_EQ(Figures.LiveBlocks, 2u);
+  EXPECT_EQ(Figures.LiveBytes, 70u);
+  EXPECT_EQ(Figures.PeakBlocks, 2u);
+  EXPECT_EQ(Figures.PeakBytes, 150u);
+  const std::vector<Pool::Block> Open = Firmware.Memory.OpenBlocks();
+  ASSERT_EQ(Open.size(), 2u);
+  EXPECT_EQ(Open[0].Address, Second);
+  EXPECT_EQ(Open[0].Number, 2u);
+  EXPECT_EQ(Open[1].Address, Third);
+  EXPECT_EQ(Open[1].Number, 3u);
+  Boot->FreePool(Second);
+  Boot->FreePool(Third);
+}
+
+TEST_F(PoolTests, DamagedGuardsAreFoundOnReleaseAndByACheck) {
+  const struct {
+    UINTN Size;
+    INT64 Offset;
+    const char *Side;
+  } Rows[] = {
+      {16, -1, "front"}, {16, -24, "front"}, {16, 16, "back"}, {16, 47, "back"},
+      {13, 13, "back"},  {13, 44, "back"},   {0, 0, "back"},   {0, -1, "front"},
+  };
+  for (const auto &Row : Rows) {
+    SCOPED_TRACE(testing::Message() << Row.Size << " bytes, offset " << Row.Offset);
+    UINT8 *Block = Allocate(Row.Size);
+    Poke(Block + Row.Offset, 0);
+    Firmware.Memory.CheckGuards();
+    EXPECT_TRUE(FaultTaken(std::string("damaged ") + Row.Side + " guard"));
+    Firmware.Memory.CheckGuards();
+    Poke(Block + Row.Offset, 0);
+    EXPECT_EQ(Boot->FreePool(Block), EFI_SUCCESS);
+    EXPECT_TRUE(FaultTaken(std::string("damaged ") + Row.Side + " guard"));
+  }
+}
+
+TEST_F(PoolTests, WritesAfterReleaseAreFound) {
+  for (UINTN Offset : {0, 5, 31}) {
+    UINT8 *Block = Allocate(32);
+    Boot->FreePool(Block);
+    Firmware.Memory.CheckGuards();
+    Poke(Block + Offset, 0);
+    Firmware.Memory.CheckGuards();
+    EXPECT_TRUE(FaultTaken("write after release"));
+  }
+}
+
+TEST_F(PoolTests, WritesAfterReleaseAreFoundWhenTheBlockIsLetGo) {
+  UINT8 *Block = Allocate(32);
+  Boot->FreePool(Block);
+  Poke(Block, 0);
+  Boot->FreePool(Allocate(UINTN{5} << 20));
+  EXPECT_TRUE(FaultTaken("write after release"));
+}
+
+TEST_F(PoolTests, DoubleAndForeignReleasesAreFaults) {
+  UINT8 *Block = Allocate(32);
+  UINT8 Local[64];
+  for (VOID *Foreign :
+       {static_cast<VOID *>(nullptr), static_cast<VOID *>(Block + 8), static_cast<VOID *>(Local)}) {
+    EXPECT_EQ(Boot->FreePool(Foreign), EFI_INVALID_PARAMETER);
+    EXPECT_TRUE(FaultTaken("foreign free"));
+  }
+  EXPECT_EQ(Boot->FreePool(Block), EFI_SUCCESS);
+  EXPECT_EQ(Boot->FreePool(Block), EFI_INVALID_PARAMETER);
+  EXPECT_TRUE(FaultTaken("double free of block 1 of 32 bytes"));
+  Boot->FreePool(Allocate(UINTN{5} << 20));
+  EXPECT_EQ(Boot->FreePool(Block), EFI_INVALID_PARAMETER);
+  EXPECT_TRUE(FaultTaken("double free of block 1 of 32 bytes"));
+}
+
+TEST_F(PoolTests, ObserverSeesContentsJustBeforeTheyGo) {
+  std::string Seen;
+  Firmware.Memory.ObserveFree([&](const Pool::Block &Block) {
+    Seen.append(reinterpret_cast<const char *>(Block.Address), Block.Size);
+  });
+  UINT8 *Block = Allocate(3);
+  Block[0] = 'k', Block[1] = 'e', Block[2] = 'y';
+  Boot->FreePool(Block);
+  EXPECT_EQ(Seen, "key");
+  Firmware.Memory.ObserveFree({});
+  Boot->FreePool(Allocate(3));
+  EXPECT_EQ(Seen, "key");
+}
+
+TEST_F(PoolTests, AnEventSignalledInsideAnAllocationRunsBeforeItReturns) {
+  EFI_EVENT Event = MakeTracer(TPL_CALLBACK, "ran ");
+  Firmware.Memory.OnCall(2, [&] {
+    EXPECT_EQ(Firmware.Events.CurrentTpl(), TPL_NOTIFY);
+    Boot->SignalEvent(Event);
+    EXPECT_EQ(Trace, "");
+  });
+  UINT8 *First = Allocate(8);
+  EXPECT_EQ(Trace, "");
+  UINT8 *Second = Allocate(8);
+  EXPECT_EQ(Trace, "ran ");
+  EXPECT_EQ(Firmware.Events.CurrentTpl(), TPL_APPLICATION);
+
+  // Above the notification's level it has to wait.
+  const EFI_TPL Previous = Boot->RaiseTPL(TPL_CALLBACK);
+  Firmware.Memory.OnCall(1, [&] { Boot->SignalEvent(Event); });
+  UINT8 *Third = Allocate(8);
+  EXPECT_EQ(Trace, "ran ");
+  Boot->RestoreTPL(Previous);
+  EXPECT_EQ(Trace, "ran ran ");
+  for (UINT8 *Block : {First, Second, Third}) {
+    Boot->FreePool(Block);
+  }
+  Boot->CloseEvent(Event);
+}
+
+TEST(PlainPoolTests, HandsEverythingToTheHost) {
+  SimulatedFirmware Firmware({.PlainPool = true});
+  VOID *Buffer = nullptr;
+  ASSERT_EQ(Firmware.BootServices()->AllocatePool(EfiBootServicesData, 64, &Buffer), EFI_SUCCESS);
+  EXPECT_EQ(reinterpret_cast<UINT64>(Buffer) % 16, 0u);
+  EXPECT_TRUE(Firmware.Leaks().empty());
+  EXPECT_EQ(Firmware.BootServices()->FreePool(Buffer), EFI_SUCCESS);
+  EXPECT_EQ(Firmware.Memory.Calls(), 0u);
+}
+
+} // namespace
