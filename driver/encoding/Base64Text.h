@@ -6,7 +6,7 @@
 
 #include <openssl/bio.h>
 
-#include "driver/pubkey/LibraryHandle.h"
+#include "driver/platform/LibraryHandle.h"
 
 // Each object of a chain is owned and freed by itself.
 using BioHandle = LibraryHandle<BIO, BIO_free>;

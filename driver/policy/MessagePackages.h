@@ -4,8 +4,9 @@
 #include "uefi/HiiPackages.h"
 
 // Name of the package list under which start-up registers the strings.
-inline constexpr EFI_GUID mMessagePackageListGuid = {
-    0x437a2a5a, 0x0dcb, 0x4948, {0xa2, 0x9c, 0x3e, 0x8e, 0xd1, 0x87, 0x6b, 0x40}};
+#define MESSAGE_PACKAGE_LIST_GUID                                                                            \
+  EFI_GUID_INITIALIZER(0x437a2a5a, 0x0dcb, 0x4948, 0xa2, 0x9c, 0x3e, 0x8e, 0xd1, 0x87, 0x6b, 0x40)
+inline constexpr EFI_GUID mMessagePackageListGuid = MESSAGE_PACKAGE_LIST_GUID;
 
 // What each string says. LanguageName is the language's own name for itself;
 // the reasons are chosen by the violation record.

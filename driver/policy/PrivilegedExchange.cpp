@@ -56,6 +56,9 @@ EFI_STATUS PrivilegedExchange(UINT32 Function, UINT32 *Code, CHAR8 *Buffer, UINT
   if (EFI_ERROR(Status)) {
     return Status;
   }
+  if (Channel == nullptr) {
+    return EFI_NOT_FOUND; // a handle may carry the GUID without an interface
+  }
   PoolBlock<PRIV_MESSAGE> Message(static_cast<PRIV_MESSAGE *>(AllocateZeroedPool(sizeof(PRIV_MESSAGE))));
   if (!Message) {
     return EFI_OUT_OF_RESOURCES;

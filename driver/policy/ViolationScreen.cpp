@@ -60,7 +60,7 @@ private:
 // Everything that the screen allocates lives within this call.
 void DrawScreen(const POLICY_VIOLATION_RECORD *Record) {
   MESSAGE_DIALOG_PROTOCOL *Dialog;
-  if (EFI_ERROR(LocateInterface(mMessageDialogProtocolGuid, &Dialog))) {
+  if (EFI_ERROR(LocateInterface(mMessageDialogProtocolGuid, &Dialog)) || Dialog == nullptr) {
     return;
   }
   PoolBlock<DIALOG_LINE *> List(

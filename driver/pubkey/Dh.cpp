@@ -6,7 +6,7 @@
 #include <openssl/dh.h>
 
 #include "driver/platform/Pool.h"
-#include "driver/pubkey/LibraryHandle.h"
+#include "driver/platform/LibraryHandle.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <openssl/bio.h>
 
-#include "driver/pubkey/LibraryHandle.h"
+#include "driver/platform/LibraryHandle.h"
 
 // Owns a stream with all that is behind it.
 using StreamHandle = LibraryHandle<BIO, BIO_free_all>;

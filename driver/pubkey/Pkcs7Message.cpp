@@ -31,6 +31,30 @@ void StoreLength(UINT8 *Place, UINTN Length) {
   Place[1] = static_cast<UINT8>(Length);
 }
 
+// Leaves a ContentInfo as it is, with NULL in *Wrapped; around a bare SignedData it puts one, in a new block
+// in *Wrapped, and turns *Der and *Size to that. FALSE when it is too long for the two-byte lengths, or memory
+// runs out.
+bool EnsureSignedContentInfo(const UINT8 **Der, UINTN *Size, UINT8 **Wrapped) {
+  *Wrapped = nullptr;
+  if (IsContentInfo(*Der, *Size)) {
+    return true;
+  }
+  if (*Size > BareSizeMax) {
+    return false;
+  }
+  UINT8 *ContentInfo = static_cast<UINT8 *>(AllocateBootPool(sizeof(mContentInfoHeader) + *Size));
+  if (ContentInfo == nullptr) {
+    return false;
+  }
+  MoveMemory(ContentInfo, mContentInfoHeader, sizeof(mContentInfoHeader));
+  StoreLength(ContentInfo + SequenceLengthAt, *Size + BehindSequenceLength);
+  StoreLength(ContentInfo + FieldLengthAt, *Size);
+  MoveMemory(ContentInfo + sizeof(mContentInfoHeader), *Der, *Size);
+  *Der = *Wrapped = ContentInfo;
+  *Size += sizeof(mContentInfoHeader);
+  return true;
+}
+
 } // namespace
 
 MessageHandle ParseSignedContentInfo(const UINT8 *Der, UINTN Size) {
@@ -43,20 +67,10 @@ MessageHandle ParseSignedContentInfo(const UINT8 *Der, UINTN Size) {
 }
 
 MessageHandle ParseSignedMessage(const UINT8 *Der, UINTN Size) {
-  if (IsContentInfo(Der, Size)) {
-    return ParseSignedContentInfo(Der, Size);
-  }
-  if (Size > BareSizeMax) {
+  UINT8 *Block;
+  if (!EnsureSignedContentInfo(&Der, &Size, &Block)) {
     return MessageHandle();
   }
-  UINTN WrappedSize = sizeof(mContentInfoHeader) + Size;
-  PoolBlock<UINT8> Wrapped(static_cast<UINT8 *>(AllocateBootPool(WrappedSize)));
-  if (!Wrapped) {
-    return MessageHandle();
-  }
-  MoveMemory(Wrapped.Get(), mContentInfoHeader, sizeof(mContentInfoHeader));
-  StoreLength(Wrapped.Get() + SequenceLengthAt, Size + BehindSequenceLength);
-  StoreLength(Wrapped.Get() + FieldLengthAt, Size);
-  MoveMemory(Wrapped.Get() + sizeof(mContentInfoHeader), Der, Size);
-  return ParseSignedContentInfo(Wrapped.Get(), WrappedSize);
+  PoolBlock<UINT8> Wrapped(Block);
+  return ParseSignedContentInfo(Der, Size);
 }

@@ -6,7 +6,7 @@
 
 #include <openssl/pkcs7.h>
 
-#include "driver/pubkey/LibraryHandle.h"
+#include "driver/platform/LibraryHandle.h"
 
 using MessageHandle = LibraryHandle<PKCS7, PKCS7_free>;
 

@@ -92,7 +92,7 @@ bool CopyLast(const SIGNER_LIST &List, UINT8 **Copy, UINTN *Size) {
 BOOLEAN EFIAPI SvcPkcs7GetSigners(const UINT8 *P7Data, UINTN P7Size, SIGNER_CERT_LIST **CertList,
                                   UINTN *CertListSize, UINT8 **FirstSignerCert, UINTN *FirstSignerCertSize) {
   if (P7Data == nullptr || CertList == nullptr || CertListSize == nullptr || FirstSignerCert == nullptr ||
-      FirstSignerCertSize == nullptr) {
+      FirstSignerCertSize == nullptr || P7Size > 0x7FFFFFFF) {
     return FALSE;
   }
   MessageHandle Message = ParseSignedMessage(P7Data, P7Size);

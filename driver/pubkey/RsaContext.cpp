@@ -78,21 +78,19 @@ RsaHandle MakeLibraryKey(const RSA_CONTEXT *Context, BignumHandle E, BignumHandl
   return Key;
 }
 
+// Whether the five are there, and the inverse no wider than p as the library's fast way needs it: without
+// that it would go a long way to a blinding factor and mostly refuse. n, e and d do without them.
 bool HasCrtComponents(const RSA_CONTEXT *Context) {
   for (UINTN Tag = RsaKeyP; Tag <= RsaKeyQInv; Tag++) {
     if (Context->Components[Tag] == nullptr) {
       return false;
     }
   }
-  return true;
+  return BN_num_bits(Context->Components[RsaKeyQInv]) <= BN_num_bits(Context->Components[RsaKeyP]);
 }
 
-// TRUE when the key now has the five CRT components. The inverse must not be wider than p: the library
-// refuses most of those as well, but only after the long way to a blinding factor.
+// TRUE when the key now has the five CRT components.
 bool AddCrtComponents(RSA *Key, const RSA_CONTEXT *Context) {
-  if (BN_num_bits(Context->Components[RsaKeyQInv]) > BN_num_bits(Context->Components[RsaKeyP])) {
-    return false;
-  }
   BignumHandle P = Copy(Context->Components[RsaKeyP]);
   BignumHandle Q = Copy(Context->Components[RsaKeyQ]);
   BignumHandle Dp = Copy(Context->Components[RsaKeyDp]);

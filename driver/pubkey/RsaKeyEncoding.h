@@ -7,7 +7,7 @@
 #include <openssl/asn1.h>
 #include <openssl/rsa.h>
 
-#include "driver/pubkey/LibraryHandle.h"
+#include "driver/platform/LibraryHandle.h"
 
 using RsaKeyHandle = LibraryHandle<RSA, RSA_free>;
 

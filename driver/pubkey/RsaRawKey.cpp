@@ -1,5 +1,4 @@
-// A temporary key object around one operation of the library. The caller's variables are written once, when
-// the outcome is known.
+// A temporary key object around one operation of the library.
 #include "driver/pubkey/RsaRawKey.h"
 
 #include "driver/platform/Memory.h"

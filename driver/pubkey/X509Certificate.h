@@ -6,7 +6,7 @@
 
 #include <openssl/x509.h>
 
-#include "driver/pubkey/LibraryHandle.h"
+#include "driver/platform/LibraryHandle.h"
 
 using CertificateHandle = LibraryHandle<X509, X509_free>;
 

@@ -6,7 +6,7 @@
 
 #include <openssl/x509_vfy.h>
 
-#include "driver/pubkey/LibraryHandle.h"
+#include "driver/platform/LibraryHandle.h"
 
 using StoreHandle = LibraryHandle<X509_STORE, X509_STORE_free>;
 

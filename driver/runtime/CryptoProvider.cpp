@@ -183,6 +183,7 @@ void openssl_add_all_digests_int(void) {
   EVP_add_digest(EVP_md5());
   EVP_add_digest(EVP_sha1());
   EVP_add_digest_alias(SN_sha1WithRSAEncryption, SN_sha1WithRSA);
+  EVP_add_digest_alias(SN_sha1WithRSAEncryption, LN_sha1WithRSA); // messages are looked up by long names
   EVP_add_digest(EVP_sha224());
   EVP_add_digest(EVP_sha256());
   EVP_add_digest(EVP_sha384());

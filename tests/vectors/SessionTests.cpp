@@ -73,35 +73,6 @@ TEST(SlotTable, AgreesWithTheInterface) {
   }
 }
 
-TEST(SlotTable, KnowsARefusalByItsCode) {
-  const struct {
-    UINTN Slot;
-    std::vector<UINT8> Code;
-    bool Refused;
-  } Rows[] = {
-      {7, {0x31, 0xC0, 0xC3}, true},
-      {6, {0x31, 0xC0, 0xC3}, true},
-      {7, {0x31, 0xC0, 0x90}, false},
-      {7, {0xC3}, false},
-      {0, {0x48, 0xB8, 3, 0, 0, 0, 0, 0, 0, 0x80, 0xC3}, true},
-      {0, {0x48, 0xB8, 2, 0, 0, 0, 0, 0, 0, 0x80, 0xC3}, false},
-      {0, {0x31, 0xC0, 0xC3}, false},
-      {31, {0xC3}, true},
-      {31, {0x31, 0xC0, 0xC3}, false},
-  };
-  for (const auto &Row : Rows) {
-    std::vector<UINT8> Code = Row.Code;
-    Code.resize(16, 0xCC);
-    CRYPTO_SERVICES_PROTOCOL Table = {};
-    const UINT8 *Entry = Code.data();
-    std::memcpy(reinterpret_cast<UINT8 *>(&Table) + Row.Slot * sizeof(Entry), &Entry, sizeof(Entry));
-    EXPECT_EQ(IsRefused(&Table, Row.Slot), Row.Refused)
-        << "slot " << Row.Slot << ", code from " << int{Code[0]};
-  }
-  EXPECT_EQ(SlotRanges({0, 1, 3, 14, 15, 16, 61}), "0-1, 3, 14-16, 61");
-  EXPECT_EQ(SlotRanges({}), "");
-}
-
 TEST(StatusNames, AreReadBothWays) {
   for (const EFI_STATUS Status :
        {EFI_SUCCESS, EFI_NOT_STARTED, EFI_SECURITY_VIOLATION, EFI_BUFFER_TOO_SMALL}) {

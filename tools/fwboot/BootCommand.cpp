@@ -12,7 +12,6 @@
 #include "tools/fwboot/ScreenText.h"
 #include "tools/fwboot/TextShape.h"
 #include "tools/fwboot/Wording.h"
-#include "tools/session/SlotTable.h"
 #include "tools/session/StatusNames.h"
 
 namespace {
@@ -150,10 +149,6 @@ private:
                Counted(Figures.LiveBytes, "byte"));
     fmt::print("  armed: {}, {}\n", Counted(Firmware.Events.OpenEvents().size(), "event"),
                Counted(Firmware.Handles.OpenWatches().size(), "protocol notification"));
-    if (Session_->Raw() != nullptr) {
-      const UINTN Refused = RefusedSlots(Session_->Raw()).size();
-      fmt::print("  services: {} bound, {} refused\n", CRYPTO_SERVICES_SLOT_COUNT - Refused, Refused);
-    }
   }
 
   // In this order: the session uses the stage, and the trace stands in front of the session's firmware.

@@ -2,7 +2,6 @@
 // of the host's tools, its speed beside the library's, and what it does not serve.
 #include <algorithm>
 #include <filesystem>
-#include <map>
 
 #include <fmt/core.h>
 
@@ -13,7 +12,6 @@
 #include "tools/fwboot/FileDigest.h"
 #include "tools/fwboot/SpeedComparison.h"
 #include "tools/fwboot/Wording.h"
-#include "tools/session/SlotTable.h"
 #include "tools/session/StatusNames.h"
 
 namespace {
@@ -53,7 +51,6 @@ void ShowImage(const GLOBAL_OPTIONS &Options, const LoadedImage *Image) {
 void ShowBoot(DriverSession &Session, double StartSeconds) {
   SimulatedFirmware &Firmware = Session.Firmware();
   const Pool::Statistics &Figures = Firmware.Memory.Figures();
-  const UINTN Refused = RefusedSlots(Session.Raw()).size();
   fmt::print("Entry       {} after {:.3f} ms (best of {} boots)\n", StatusName(Session.Status()),
              StartSeconds * 1e3, mTimedBoots);
   fmt::print("Pool        at start-up {}, at most {} and {} at once; afterwards {} and {}\n",
@@ -63,8 +60,7 @@ void ShowBoot(DriverSession &Session, double StartSeconds) {
   fmt::print("Armed       {}, {}\n", Counted(Firmware.Events.OpenEvents().size(), "event"),
              Counted(Firmware.Handles.OpenWatches().size(), "protocol notification"));
   fmt::print("Protocol    CRYPTO_SERVICES_PROTOCOL, {}\n", GuidText(mCryptoServicesProtocolGuid));
-  fmt::print("Services    {} slots: {} bound, {} refused\n", CRYPTO_SERVICES_SLOT_COUNT,
-             CRYPTO_SERVICES_SLOT_COUNT - Refused, Refused);
+  fmt::print("Services    {} slots\n", CRYPTO_SERVICES_SLOT_COUNT);
 }
 
 // Whether every digest agrees with the host's tool.
@@ -97,27 +93,6 @@ void ShowSpeed(const std::optional<SpeedComparison> &Speed) {
   }
 }
 
-void ShowMissing(const CRYPTO_SERVICES_PROTOCOL *Table) {
-  const std::vector<UINTN> Refused = RefusedSlots(Table);
-  if (Refused.empty()) {
-    fmt::print("\nNone of the {} slots holds a refusal.\n", CRYPTO_SERVICES_SLOT_COUNT);
-    return;
-  }
-  std::vector<std::string> Families;
-  std::map<std::string, std::vector<UINTN>> Slots;
-  for (const UINTN Slot : Refused) {
-    const std::string Family = DescribeSlot(Slot).Family;
-    if (Slots[Family].empty()) {
-      Families.push_back(Family);
-    }
-    Slots[Family].push_back(Slot);
-  }
-  fmt::print("\nNot built yet: these slots refuse every call\n");
-  for (const std::string &Family : Families) {
-    fmt::print("  {:20}{}\n", Family, SlotRanges(Slots[Family]));
-  }
-}
-
 } // namespace
 
 int RunDemonstration(const GLOBAL_OPTIONS &Options) {
@@ -131,6 +106,5 @@ int RunDemonstration(const GLOBAL_OPTIONS &Options) {
       Options.Linked ? std::filesystem::read_symlink("/proc/self/exe").string() : Options.Image;
   const bool AllEqual = ShowDigests(Session, Shown);
   ShowSpeed(Speed);
-  ShowMissing(Session.Raw());
   return AllEqual ? mExitFine : mExitCheckFailed;
 }

@@ -9,6 +9,9 @@
 DriverSession::DriverSession(SessionOptions Options)
     : Target_(Options.Image ? DriverTarget::OpenImage(*Options.Image) : DriverTarget::OpenLinked()),
       Firmware_(std::make_unique<SimulatedFirmware>(Options.Firmware)) {
+  for (const ProcessorScript::Feature Which : Options.WithoutFeatures) {
+    Processor().SetFeature(Which, false);
+  }
   if (Options.Prepare) {
     Options.Prepare(*this);
   }

@@ -7,6 +7,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "simulator/CheckedServices.h"
 #include "simulator/DriverTarget.h"
@@ -25,6 +26,8 @@ struct SessionOptions {
   // The image file to load; without one the driver linked into this program is started.
   std::optional<std::string> Image;
   FirmwareOptions Firmware = {};
+  // What the driver's processor is said to lack.
+  std::vector<ProcessorScript::Feature> WithoutFeatures = {};
   // Runs when the firmware stands and the driver is opened, just before its entry point: the place to install
   // protocols, add a HOB list, or script the processor. What it hands to the firmware must outlive the
   // session.

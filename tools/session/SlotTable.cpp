@@ -1,8 +1,6 @@
 // Rows of slots that belong together, in slot order; the names are the interface's own.
 #include "tools/session/SlotTable.h"
 
-#include <cstring>
-
 #include "simulator/CheckedServices.h"
 
 namespace {
@@ -76,51 +74,4 @@ const char *KindName(ResultKind Kind) {
     break;
   }
   return "VOID";
-}
-
-const UINT8 *SlotCode(const CRYPTO_SERVICES_PROTOCOL *Table, UINTN Slot) {
-  const UINT8 *Code;
-  std::memcpy(&Code, reinterpret_cast<const UINT8 *>(Table) + Slot * sizeof(Code), sizeof(Code));
-  return Code;
-}
-
-bool IsRefused(const CRYPTO_SERVICES_PROTOCOL *Table, UINTN Slot) {
-  const UINT8 *Code = SlotCode(Table, Slot);
-  switch (DescribeSlot(Slot).Kind) {
-  case ResultKind::Nothing:
-    return Code[0] == 0xC3;
-  case ResultKind::Status: {
-    const UINT64 Answer = EFI_UNSUPPORTED;
-    return Code[0] == 0x48 && Code[1] == 0xB8 && std::memcmp(Code + 2, &Answer, sizeof(Answer)) == 0 &&
-           Code[10] == 0xC3;
-  }
-  default:
-    return Code[0] == 0x31 && Code[1] == 0xC0 && Code[2] == 0xC3;
-  }
-}
-
-std::vector<UINTN> RefusedSlots(const CRYPTO_SERVICES_PROTOCOL *Table) {
-  std::vector<UINTN> Refused;
-  for (UINTN Slot = 0; Slot < CRYPTO_SERVICES_SLOT_COUNT; ++Slot) {
-    if (IsRefused(Table, Slot)) {
-      Refused.push_back(Slot);
-    }
-  }
-  return Refused;
-}
-
-std::string SlotRanges(const std::vector<UINTN> &Slots) {
-  std::string Text;
-  for (size_t Index = 0; Index < Slots.size();) {
-    size_t Last = Index;
-    while (Last + 1 < Slots.size() && Slots[Last + 1] == Slots[Last] + 1) {
-      ++Last;
-    }
-    Text += (Text.empty() ? "" : ", ") + std::to_string(Slots[Index]);
-    if (Last != Index) {
-      Text += "-" + std::to_string(Slots[Last]);
-    }
-    Index = Last + 1;
-  }
-  return Text;
 }
