@@ -1,5 +1,5 @@
-// The crypto library's heap: plain boot-services pool blocks without header or
-// record, so that a pool block of the driver may also go to free(). The sizes
+// The crypto library's heap: plain boot-services pool blocks without a header,
+// so that a pool block of the driver may also go to free(). The sizes
 // that realloc() needs come from a table of live blocks.
 //
 // A notification that calls into the library in the middle of a call here runs
