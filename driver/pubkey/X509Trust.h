@@ -17,6 +17,7 @@ void RegisterLongDigests();
 // digest.
 [[nodiscard]] bool IsRegisteredDigest(int Identifier);
 
-// A store that holds Anchor alone, by reference. Chains checked with it are refused when a certificate but
-// the last is signed with a digest that is not registered. Empty when memory runs out.
+// A store that holds Anchor alone, by reference. Chains checked with it are refused when the clock cannot be
+// read, and when a certificate but the last is signed with a digest that is not registered. Empty when memory
+// runs out.
 [[nodiscard]] StoreHandle MakeTrustStore(X509 *Anchor);

@@ -20,8 +20,8 @@ bool IsLeapYear(INT32 Year) { return (Year % 4 == 0 && Year % 100 != 0) || Year 
 
 INT32 DaysOfYear(INT32 Year) { return mCumulativeDays[IsLeapYear(Year)][13]; }
 
-// 0 for a reading outside what a time value holds: it makes every certificate
-// not yet valid.
+// 0 for a reading outside what a time value holds: with that no certificate is
+// valid.
 time_t ToTimeValue(const EFI_TIME &Reading) {
   if (Reading.Year < EpochYear || Reading.Month < 1 || Reading.Month > 12) {
     return 0;
