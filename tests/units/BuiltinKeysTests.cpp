@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "driver/trust/BuiltinKeys.h"
+#include "driver/trust/DataList.h"
 #include "tests/services/RsaTestKey.h"
 #include "tests/units/Internals.h"
 
@@ -96,6 +97,29 @@ TEST_F(BuiltinKeysTest, RefusalsComeInTheirOrder) {
   Records[0] = Records[1];
   EXPECT_EQ(Content(), Bytes(268));
   Release();
+}
+
+// Two keys whose marks no record of the store has; the second is the signer's.
+EFI_STATUS TwoKeys(BUILTIN_KEY_TYPE, BUILTIN_KEY_RECORD **Records, UINTN *Count, const VOID *const *) {
+  *Count = 2;
+  const EFI_STATUS Status = AllocateKeyRecords(Records, *Count);
+  for (UINT32 Index = 0; Index < *Count; Index++) {
+    const Bytes Modulus = Reversed(RsaTestKey::Load(Index == 0 ? "type1-private" : "type3-private").N());
+    std::copy(Modulus.begin(), Modulus.end(), (*Records)[Index].Modulus);
+    (*Records)[Index].Valid = 6 + Index;
+  }
+  return Status;
+}
+
+TEST_F(BuiltinKeysTest, TheMarkComesFromTheKeyThatVerifies) {
+  const Bytes Message = Pattern(50);
+  const Bytes Signature = SignMessage(Svc(), RsaTestKey::Load("type3-private"), HASH_TYPE_SHA1, Message);
+  const VOID *Start = Message.data();
+  const UINTN Size = Message.size();
+  const SIGNED_DATA Signed = {&Start, &Size, 1, Signature.data(), Signature.size(), HASH_TYPE_SHA1};
+  UINT32 Valid = mUnchanged;
+  EXPECT_EQ(VerifyWithKeysOf(TwoKeys, 1, Signed, &Valid), EFI_SUCCESS);
+  EXPECT_EQ(Valid, 7U);
 }
 
 } // namespace

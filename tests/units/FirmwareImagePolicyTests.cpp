@@ -186,6 +186,9 @@ TEST_F(FirmwareImagePolicyTest, CornersOfThePolicyCheck) {
     EXPECT_EQ(CheckImagePolicy(Image.data(), 1), Expected ? EFI_SECURITY_VIOLATION : EFI_SUCCESS);
   }
   EXPECT_EQ(Policy.Queries.size(), 2U);
+  const EFI_HANDLE Empty = Firmware().Handles.InstallHost(mPolicyCheckWaiverProtocolGuid, nullptr);
+  EXPECT_EQ(CheckImagePolicy(nullptr, 1), EFI_INVALID_PARAMETER) << "a waiver without interface waives nothing";
+  Firmware().Handles.UninstallHost(Empty, mPolicyCheckWaiverProtocolGuid);
   PolicyWaiver Waiver;
   Firmware().Handles.InstallHost(mPolicyCheckWaiverProtocolGuid, &Waiver.Interface);
   EXPECT_EQ(CheckImagePolicy(nullptr, 0), EFI_SUCCESS) << "waived before the arguments are looked at";

@@ -2,6 +2,7 @@
 // and calls that come in the middle of another call.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <random>
@@ -54,6 +55,17 @@ TEST_F(HeapTest, ReallocKeepsContentsAndZeroesTheRest) {
   EXPECT_EQ(Bytes(Fresh, Fresh + 24), Bytes(24));
   Crt_free(Fresh);
   Crt_free(nullptr);
+}
+
+TEST_F(HeapTest, ABlockIsAPoolBlockOfItsVerySize) {
+  for (UINTN Size : {1, 24, 5000}) {
+    VOID *Block = Crt_malloc(Size);
+    const std::vector<Pool::Block> Open = Memory().OpenBlocks();
+    EXPECT_TRUE(std::any_of(Open.begin(), Open.end(), [&](const Pool::Block &Each) {
+      return Each.Address == Block && Each.Size == Size && Each.Type == EfiBootServicesData;
+    })) << Size;
+    Crt_free(Block);
+  }
 }
 
 TEST_F(HeapTest, ARefusedReallocLeavesTheBlock) {

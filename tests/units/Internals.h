@@ -4,6 +4,8 @@
 
 #include "tests/support/DriverTest.h"
 
+#include <openssl/bio.h>
+
 class InternalsTest : public DriverTest {
 protected:
   InternalsTest() {
@@ -41,6 +43,20 @@ VOID *Crt_memmove(VOID *Destination, const VOID *Source, UINTN Count);
 VOID *Crt_memset(VOID *Block, int Value, UINTN Count);
 int Crt_memcmp(const VOID *First, const VOID *Second, UINTN Count);
 VOID *Crt_memchr(const VOID *Block, int Value, UINTN Count);
+CHAR8 *Crt_strdup(const CHAR8 *Text);
+CHAR8 *Crt_strerror(int Number);
+CHAR8 *Crt_getenv(const CHAR8 *Name);
+INT64 Crt_strtol(const CHAR8 *Text, CHAR8 **End, int Base);
+UINT64 Crt_strtoul(const CHAR8 *Text, CHAR8 **End, int Base);
+int Crt_isspace(int Character);
+int Crt_isdigit(int Character);
+int Crt_tolower(int Character);
+int Crt_stat(const CHAR8 *Path, VOID *Status);
+int Crt_gettimeofday(VOID *Now, VOID *Zone);
+void Crt_abort();
 int Crt_sscanf(const CHAR8 *Text, const CHAR8 *Format, ...);
-int BIO_printf(VOID *Bio, const CHAR8 *Format, ...);
+int CRYPTO_THREAD_init_local(unsigned int *Key, void (*Cleanup)(VOID *));
+int CRYPTO_THREAD_set_local(unsigned int *Key, VOID *Data);
+VOID *CRYPTO_THREAD_get_local(unsigned int *Key);
+int CRYPTO_THREAD_cleanup_local(unsigned int *Key);
 }

@@ -1,10 +1,17 @@
 // The platform layer: pool, copies, string packages, formatting.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
+#include "uefi/Uefi.h" // first: the library's headers want its types
+
+#include <openssl/objects.h>
+
+#include "driver/cipher/AesLayered.h"
 #include "driver/core/DriverContext.h"
 #include "driver/core/StringPackages.h"
+#include "driver/digest/Hmac.h"
 #include "driver/digest/Md5.h"
 #include "driver/digest/Sha1.h"
 #include "driver/digest/Sha256.h"
@@ -12,6 +19,7 @@
 #include "driver/platform/FormatAscii.h"
 #include "driver/platform/Memory.h"
 #include "driver/platform/Pool.h"
+#include "driver/pubkey/PemKey.h"
 #include "tests/support/GuardedBuffer.h"
 #include "tests/units/Internals.h"
 #include "uefi/Hob.h"
@@ -61,12 +69,16 @@ TEST_F(PlatformTest, ReversedCopy) {
   EXPECT_EQ(CopyByteReversed(nullptr, 3, Source.data(), 3), EFI_INVALID_PARAMETER);
   EXPECT_EQ(CopyByteReversed(Result, 3, nullptr, 3), EFI_INVALID_PARAMETER);
   EXPECT_EQ(CopyByteReversed(Result, 0, Source.data(), 0), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(CopyByteReversed(Result, 3, Source.data(), 0), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(CopyByteReversed(Result, 0, Source.data(), 3), EFI_INVALID_PARAMETER);
   EXPECT_EQ(CopyByteReversed(Result, 3, Source.data(), 4), EFI_BAD_BUFFER_SIZE);
   EXPECT_EQ(Result[0], 9);
   EXPECT_EQ(CopyByteReversed(Result, 3, Source.data(), 3), EFI_SUCCESS);
   EXPECT_EQ(Bytes(Result, Result + 4), (Bytes{3, 2, 1, 9}));
   EXPECT_EQ(CopyByteReversed(Result, 4, Source.data(), 4), EFI_SUCCESS);
   EXPECT_EQ(Bytes(Result, Result + 4), (Bytes{4, 3, 2, 1}));
+  EXPECT_EQ(CopyByteReversed(Result, 4, Result, 4), EFI_SUCCESS);
+  EXPECT_EQ(Bytes(Result, Result + 4), Source);
 }
 
 TEST_F(PlatformTest, HashContextsAreDuplicatedWhole) {
@@ -86,6 +98,73 @@ TEST_F(PlatformTest, HashContextsAreDuplicatedWhole) {
     EXPECT_EQ(To.Content(), From);
     EXPECT_TRUE(To.OnlyWritten(Case.Size));
   }
+}
+
+TEST_F(PlatformTest, WhatNoSlotAsksOfTheRoutinesBehindIt) {
+  Bytes Context = Pattern(CRYPTO_SERVICES_AES_CONTEXT_SIZE);
+  UINT8 Byte = 0;
+  EXPECT_FALSE(HashRowMd5Init(nullptr));
+  EXPECT_FALSE(HashRowMd5Update(nullptr, &Byte, 1));
+  EXPECT_FALSE(HashRowMd5Update(Context.data(), nullptr, 1));
+  EXPECT_TRUE(HashRowMd5Update(Context.data(), nullptr, 0));
+  EXPECT_FALSE(HashRowMd5Final(nullptr, &Byte));
+  EXPECT_FALSE(HashRowMd5Final(Context.data(), nullptr));
+  EXPECT_EQ(Context, Pattern(Context.size()));
+  GuardedBuffer Md5(HashRowMd5GetContextSize());
+  ASSERT_EQ(Md5.Size(), 92U);
+  EXPECT_TRUE(HashRowMd5Init(Md5.Get()));
+  Bytes Start = FromHex("0123456789abcdeffedcba9876543210");
+  Start.resize(92);
+  EXPECT_EQ(Md5.Content(), Start);
+  EXPECT_TRUE(Md5.OnlyWritten(92));
+  for (HASH_TYPE Type : {0, 3, 5}) {
+    SecretBlock KeyBlock;
+    EXPECT_EQ(HmacPrepareKeyBlock(Type, &Byte, 1, &KeyBlock), EFI_INVALID_PARAMETER);
+    EXPECT_FALSE(KeyBlock);
+  }
+
+  const AesCipher Cipher(*reinterpret_cast<AES_CONTEXT *>(Context.data()), AES_ENCRYPT);
+  UINT8 Vector[16] = {7};
+  EXPECT_EQ(AesLayeredPass(nullptr, &Cipher, &Byte, 1, Vector), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(AesLayeredPass(&Cipher, nullptr, &Byte, 1, Vector), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(AesLayeredPass(&Cipher, &Cipher, nullptr, 1, Vector), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(AesLayeredPass(&Cipher, &Cipher, &Byte, 0, Vector), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(Vector[0], 7);
+  UINT8 Output = 5;
+  EXPECT_EQ(AesLayeredRunPasses(nullptr, &Cipher, &Output, &Byte, 1), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(AesLayeredRunPasses(&Cipher, nullptr, &Output, &Byte, 1), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(AesLayeredRunPasses(&Cipher, &Cipher, nullptr, &Byte, 1), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(AesLayeredRunPasses(&Cipher, &Cipher, &Output, nullptr, 1), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(AesLayeredRunPasses(&Cipher, &Cipher, &Output, &Byte, 0), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(Output, 5);
+  EXPECT_EQ(Byte, 0);
+
+  CHAR8 Password[4];
+  EXPECT_EQ(PemPasswordCallback(Password, sizeof(Password), 0, const_cast<char *>("longer")), 4);
+  EXPECT_EQ(std::string(Password, 4), "long");
+  EXPECT_TRUE(IsRsaAlgorithm(OBJ_nid2obj(NID_rsa)));
+  EXPECT_FALSE(IsRsaAlgorithm(OBJ_nid2obj(NID_rsassaPss)));
+}
+
+TEST_F(PlatformTest, AWatchHandsOutItsKeyAndAnEventNeedsNoNotification) {
+  const EFI_GUID Protocol = {9, 9, 9, {9}};
+  static UINTN Calls;
+  Calls = 0;
+  const EFI_EVENT_NOTIFY Notify = [](EFI_EVENT, VOID *) EFIAPI { Calls++; };
+  VOID *Key = nullptr;
+  ASSERT_EQ(WatchForProtocol(Protocol, TPL_CALLBACK, Notify, nullptr, &Key), EFI_SUCCESS);
+  EXPECT_NE(Key, nullptr);
+  Firmware().Handles.InstallHost(Protocol, &Calls);
+  EXPECT_EQ(Calls, 1U);
+  VOID *Interface = nullptr;
+  EXPECT_EQ(Firmware().Handles.Locate(&Protocol, Key, &Interface), EFI_SUCCESS);
+  EXPECT_EQ(Interface, &Calls);
+
+  EFI_EVENT Event = nullptr;
+  ASSERT_EQ(RegisterReadyToBootCallback(TPL_CALLBACK, nullptr, &Event), EFI_SUCCESS);
+  Firmware().SignalReadyToBoot();
+  const auto &Run = Firmware().Events.Notifications();
+  EXPECT_TRUE(std::any_of(Run.begin(), Run.end(), [&](const auto &Each) { return Each.Event == Event && Each.Returned; }));
 }
 
 TEST_F(PlatformTest, FormatsOneNumberWithinTheBuffer) {
@@ -122,12 +201,28 @@ TEST_F(PlatformTest, HobListIsTheFirstEntryOfItsGuid) {
   static UINT8 EndOfList[8] = {0xFF, 0xFF, 8, 0};
   static UINT8 Other[8];
   Options.Prepare = [](DriverSession &Starting) {
-    Starting.Firmware().AddConfiguration({1, 2, 3, {4}}, Other);
+    for (UINTN Byte : {0, 15}) {
+      EFI_GUID Near = mEfiHobListGuid;
+      reinterpret_cast<UINT8 *>(&Near)[Byte] ^= 1;
+      Starting.Firmware().AddConfiguration(Near, Other);
+    }
     Starting.Firmware().AddConfiguration(mEfiHobListGuid, EndOfList);
     Starting.Firmware().AddConfiguration(mEfiHobListGuid, Other);
   };
   Reboot();
   EXPECT_EQ(DriverContext.HobList, EndOfList);
+}
+
+TEST_F(PlatformTest, ValidationPolicyIsFoundWheneverItComes) {
+  static VALIDATION_POLICY_PROTOCOL Policy;
+  EXPECT_EQ(DriverContext.ValidationPolicy, nullptr);
+  Firmware().Handles.InstallHost(mValidationPolicyProtocolGuid, &Policy);
+  EXPECT_EQ(DriverContext.ValidationPolicy, &Policy);
+  Options.Prepare = [](DriverSession &Starting) {
+    Starting.Firmware().Handles.InstallHost(mValidationPolicyProtocolGuid, &Policy);
+  };
+  Reboot();
+  EXPECT_EQ(DriverContext.ValidationPolicy, &Policy);
 }
 
 TEST_F(PlatformTest, StringPackagesBecomeOnePackageList) {

@@ -3,11 +3,17 @@
 
 #include <cstring>
 
+#include "driver/core/DriverContext.h"
 #include "driver/policy/Languages.h"
+#include "driver/policy/ModulePolicy.h"
+#include "driver/policy/PolicyEvents.h"
 #include "driver/policy/PrivilegedExchange.h"
+#include "simulator/HobList.h"
+#include "simulator/PolicyViolation.h"
 #include "simulator/SmmCommunication.h"
 #include "tests/support/GuardedBuffer.h"
 #include "tests/units/Internals.h"
+#include "uefi/PolicyViolationRecord.h"
 
 namespace {
 
@@ -18,7 +24,6 @@ protected:
     Firmware().Handles.InstallHost(mEfiSmmCommunicationProtocolGuid, Smm.Interface());
     Smm.Kept = PolicyViolation{5, 2, std::string(96, 'n')};
   }
-  void TearDown() override { InternalsTest::TearDown(); }
 
   SmmCommunication Smm;
 };
@@ -62,6 +67,34 @@ TEST_F(ExchangeTest, RefusalsStoreNothing) {
   EXPECT_EQ(Code, 77U);
   EXPECT_EQ(Kind, 77U);
   EXPECT_EQ(Smm.Exchanges().size(), 2U) << "only the carried ones were handed over";
+}
+
+// Only the odd codes from 1 to 7 are answered from memory, and only the last answer counts.
+TEST_F(ExchangeTest, CodesOutsideTheRangeAreAlwaysSent) {
+  Smm.Kept.reset();
+  for (INT32 Code : {1, -1, 9, 8, 0, INT32_MAX}) {
+    EXPECT_EQ(SendPolicyEvent(Code, "x", 1), EFI_SUCCESS) << Code;
+  }
+  EXPECT_EQ(Smm.Exchanges().size(), 6U);
+  for (INT32 Code : {1, 3, 5, 7}) {
+    EXPECT_EQ(SendPolicyEvent(Code, "x", 1), EFI_SUCCESS) << Code;
+  }
+  EXPECT_EQ(Smm.Exchanges().size(), 6U);
+}
+
+TEST_F(ExchangeTest, AnEventIsArmedOnce) {
+  const UINTN Before = Firmware().Events.CreateEventExCalls.Calls();
+  CheckModulePolicy();
+  EXPECT_EQ(Firmware().Events.CreateEventExCalls.Calls(), Before);
+  HobList Blocks;
+  Blocks.AddGuid(mPolicyViolationHobGuid, PolicyViolation{1, 0, "x"}.Bytes());
+  DriverContext.HobList = Blocks.Start();
+  CheckModulePolicy();
+  const EFI_EVENT Armed = DriverContext.PolicyHaltEvent;
+  EXPECT_NE(Armed, nullptr);
+  CheckModulePolicy();
+  EXPECT_EQ(Firmware().Events.CreateEventExCalls.Calls(), Before + 1);
+  EXPECT_EQ(DriverContext.PolicyHaltEvent, Armed);
 }
 
 using LanguageTest = InternalsTest;

@@ -31,8 +31,12 @@ TEST_F(RuntimeTest, TimeFollowsTheFirmwareClock) {
     EFI_TIME Reading;
     INT32 Value;
   };
+  EFI_TIME Fine = At(2000, 3, 1); // daylight saving and parts of a second do not count
+  Fine.Nanosecond = 999999999;
+  Fine.Daylight = 3;
   const Row Rows[] = {
       {At(1970, 1, 1), 0},
+      {Fine, 951868800},
       {At(1970, 1, 1, 0, 0, 1), 1},
       {At(2000, 3, 1), 951868800},
       {At(2000, 3, 1, 0, 0, 0, -60), 951865200},
@@ -91,7 +95,10 @@ TEST_F(RuntimeTest, TimeAndBrokenDownTimeAreInverse) {
   }
 }
 
+UINTN LowestFrame;
+
 int CompareInts(const VOID *First, const VOID *Second) {
+  LowestFrame = std::min(LowestFrame, reinterpret_cast<UINTN>(__builtin_frame_address(0)));
   int Left;
   int Right;
   memcpy(&Left, First, sizeof(int));
@@ -115,8 +122,11 @@ TEST_F(RuntimeTest, SortsWhateverTheOrderWithoutDeepRecursion) {
   for (std::vector<int> &Input : Inputs) {
     std::vector<int> Expected = Input;
     std::sort(Expected.begin(), Expected.end());
+    LowestFrame = ~UINTN{0};
     Crt_qsort(Input.data(), Input.size(), sizeof(int), CompareInts);
     EXPECT_EQ(Input, Expected);
+    EXPECT_TRUE(Input.size() < 2 ||
+                reinterpret_cast<UINTN>(__builtin_frame_address(0)) - LowestFrame < 32768);
   }
 }
 
@@ -164,12 +174,53 @@ TEST_F(RuntimeTest, TextRoutines) {
   EXPECT_EQ(Crt_strchr(Text, '\0'), Text + 12);
   EXPECT_EQ(Crt_strchr(Text, 'z'), nullptr);
   EXPECT_EQ(Crt_strrchr(Text, ':'), Text + 10);
+  EXPECT_EQ(Crt_strrchr(Text, 'z'), nullptr);
   EXPECT_EQ(Crt_strstr(Text, "value"), Text + 5);
   EXPECT_EQ(Crt_strstr(Text, "values"), nullptr);
   EXPECT_EQ(Crt_strpbrk(Text, "xv"), Text + 5);
   EXPECT_EQ(Crt_strpbrk(Text, "?"), nullptr);
   EXPECT_EQ(Crt_sscanf("1.2.3.4", "%d.%d.%d.%d", nullptr, nullptr, nullptr, nullptr), 0);
   EXPECT_EQ(BIO_printf(nullptr, "%d", 1), 0);
+  for (int Character = 0; Character < 256; Character++) {
+    EXPECT_EQ(Crt_isspace(Character) != 0, Character == ' ' || (Character >= 9 && Character <= 13)) << Character;
+    EXPECT_EQ(Crt_isdigit(Character) != 0, Character >= '0' && Character <= '9') << Character;
+    EXPECT_EQ(Crt_tolower(Character), Character >= 'A' && Character <= 'Z' ? Character + 32 : Character);
+  }
+  Memory().FailAt(1);
+  EXPECT_EQ(Crt_strdup(Text), nullptr);
+  CHAR8 *Copy = Crt_strdup(Text);
+  EXPECT_STREQ(Copy, Text);
+  Crt_free(Copy);
+}
+
+// What the firmware has nothing for answers as failed.
+TEST_F(RuntimeTest, UnsupportedRoutines) {
+  CHAR8 Text[] = "12";
+  CHAR8 *End = nullptr;
+  EXPECT_EQ(Crt_strtol(Text, &End, 10), 0);
+  EXPECT_EQ(End, Text);
+  EXPECT_EQ(Crt_strtoul(Text, nullptr, 10), 0U);
+  EXPECT_EQ(Crt_getenv("PATH"), nullptr);
+  EXPECT_EQ(Crt_stat("/", nullptr), -1);
+  EXPECT_STREQ(Crt_strerror(2), "");
+  INT64 Now[2] = {1, 1};
+  EXPECT_EQ(Crt_gettimeofday(Now, nullptr), -1);
+  EXPECT_EQ(Session().Run([] { Crt_abort(); }), RunOutcome::Halted);
+}
+
+TEST_F(RuntimeTest, ThreadDataHaveAnEndOfKeys) {
+  unsigned int Key = ~0U;
+  unsigned int Last = ~0U;
+  while (CRYPTO_THREAD_init_local(&Key, nullptr) == 1) {
+    Last = Key;
+    ASSERT_EQ(CRYPTO_THREAD_set_local(&Key, &Key), 1);
+    ASSERT_EQ(CRYPTO_THREAD_get_local(&Key), &Key);
+  }
+  EXPECT_EQ(Last, 63U);
+  EXPECT_EQ(Key, Last) << "a refusal stores nothing";
+  ASSERT_EQ(CRYPTO_THREAD_cleanup_local(&Key), 1);
+  EXPECT_EQ(CRYPTO_THREAD_set_local(&Key, &Key), 0);
+  EXPECT_EQ(CRYPTO_THREAD_get_local(&Key), nullptr);
 }
 
 TEST_F(RuntimeTest, BoundedCopyAnswersInItsOrder) {
@@ -192,6 +243,7 @@ TEST_F(RuntimeTest, BoundedCopyAnswersInItsOrder) {
   strcpy(Far, "hello");
   EXPECT_EQ(Crt_strncpy(Far + 5, Far, 9), EFI_ACCESS_DENIED);
   EXPECT_EQ(Crt_strncpy(Far + 6, Far, 9), EFI_SUCCESS);
+  EXPECT_EQ(Crt_strncpy(Far, Far, 0), EFI_ACCESS_DENIED);
   EXPECT_EQ(Crt_strncpy(Far - 4095, Far, 9), EFI_ACCESS_DENIED);
   EXPECT_EQ(Crt_strncpy(Far - 4096, Far, 9), EFI_SUCCESS);
   EXPECT_STREQ(Far - 4096, "hello");
@@ -211,8 +263,17 @@ TEST_F(RuntimeTest, BoundedAppendAnswersInItsOrder) {
   strcpy(Buffer.data(), "one");
   EXPECT_EQ(Crt_strcat(Buffer.data(), ", two"), EFI_SUCCESS);
   EXPECT_STREQ(Buffer.data(), "one, two");
-  EXPECT_EQ(Crt_strcat(Buffer.data(), Buffer.data() + 3), EFI_ACCESS_DENIED);
-  EXPECT_STREQ(Buffer.data(), "one, two");
+  Buffer.resize(2 * 4096);
+  CHAR8 *One = Buffer.data();
+  for (UINTN Place : {0, 3, 4095}) {
+    EXPECT_EQ(Crt_strcat(One, One + Place), EFI_ACCESS_DENIED) << Place;
+  }
+  EXPECT_EQ(Crt_strcat(One + 8, One), EFI_ACCESS_DENIED) << "within the source's terminator";
+  EXPECT_STREQ(One, "one, two");
+  EXPECT_EQ(Crt_strcat(One, One + 4096), EFI_SUCCESS);
+  One[9] = '\0';
+  EXPECT_EQ(Crt_strcat(One + 9, One), EFI_SUCCESS);
+  EXPECT_STREQ(One + 9, "one, two");
 }
 
 TEST_F(RuntimeTest, MemoryRoutinesAtEverySizeAndOverlap) {
@@ -228,7 +289,7 @@ TEST_F(RuntimeTest, MemoryRoutinesAtEverySizeAndOverlap) {
     }
     Bytes Own = Pattern(200, Size);
     Bytes Host = Own;
-    Crt_memset(Own.data() + 7, 0x1A5, Size);
+    EXPECT_EQ(Crt_memset(Own.data() + 7, 0x1A5, Size), Own.data() + 7);
     memset(Host.data() + 7, 0xA5, Size);
     ASSERT_EQ(Own, Host);
     ASSERT_EQ(Crt_memcmp(Own.data(), Host.data(), Size), 0);

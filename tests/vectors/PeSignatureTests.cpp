@@ -134,14 +134,23 @@ Bytes Sign(const std::string &Name, const Bytes &File, const std::string &Certif
                     Name + ".efi");
 }
 
+std::string ReadText(const std::string &Name) {
+  const Bytes Content = Pki().Read(Name);
+  return {Content.begin(), Content.end()};
+}
+
+// Exit code of fwboot; what it prints is in the files out and err.
+int Fwboot(const std::string &Arguments) {
+  const std::string Driver = TestsImage() ? "--image '" + TestedImage() + "'" : "--linked";
+  Pki().Run("code=0; '" FWBOOT_PATH "' " + Driver + " " + Arguments +
+            " > out 2> err || code=$?; echo $code > code");
+  return std::stoi(ReadText("code"));
+}
+
 // Exit code of "fwboot verify" with the root as trusted certificate.
 int Verify(const Bytes &File, const std::string &Trust = "root.pem") {
   Pki().Write("checked.efi", File);
-  const std::string Driver = TestsImage() ? "--image '" + TestedImage() + "'" : "--linked";
-  Pki().Run("code=0; '" FWBOOT_PATH "' " + Driver + " verify checked.efi --trust " + Trust +
-            " > verify.txt 2>&1 || code=$?; echo $code > code.txt");
-  const Bytes Code = Pki().Read("code.txt");
-  return std::stoi(std::string(Code.begin(), Code.end()));
+  return Fwboot("verify checked.efi --trust " + Trust);
 }
 
 TEST(PeSignature, EveryShapeIsCoveredAsTheSignerCoversIt) {
@@ -214,6 +223,19 @@ TEST(PeSignature, PaddingIsCountedOrNot) {
   }
 }
 
+TEST(PeSignature, WithoutADirectoryEntryThereIsNoTable) {
+  const Shape &Wanted = mShapes[0];
+  Bytes File = Attach(Wanted, MakePe(Wanted), {Pattern(100)});
+  Put<UINT32>(File, mOptionalOffset + offsetof(IMAGE_OPTIONAL_HEADER64, NumberOfRvaAndSizes),
+              IMAGE_DIRECTORY_ENTRY_SECURITY);
+  const PeFile Pe = ReadPeFile(File);
+  EXPECT_TRUE(Pe.Signatures.empty());
+  Bytes Covered = File;
+  const auto CheckSum = Covered.begin() + mOptionalOffset + offsetof(IMAGE_OPTIONAL_HEADER64, CheckSum);
+  Covered.erase(CheckSum, CheckSum + sizeof(UINT32));
+  EXPECT_EQ(Gather(File, Pe.Digested), Covered);
+}
+
 TEST(PeSignature, TablesAndHeadersThatCannotBeBelieved) {
   const Shape &Wanted = mShapes[0];
   const Bytes Good = Attach(Wanted, MakePe(Wanted), {Pattern(100), Pattern(50)});
@@ -249,6 +271,8 @@ TEST(PeSignature, TablesAndHeadersThatCannotBeBelieved) {
       {"headers beyond the file", mOptionalOffset + offsetof(IMAGE_OPTIONAL_HEADER64, SizeOfHeaders), 0xFFFF},
       {"headers too short", mOptionalOffset + offsetof(IMAGE_OPTIONAL_HEADER64, SizeOfHeaders), 0x100},
       {"other optional header", mOptionalOffset, 0x107},
+      {"no room for the directories' count", 0x84 + offsetof(IMAGE_FILE_HEADER, SizeOfOptionalHeader), 100},
+      {"no room for the directories", 0x84 + offsetof(IMAGE_FILE_HEADER, SizeOfOptionalHeader), 0x80},
       {"no PE signature", 0x80, 0},
       {"no MZ", 0, 0},
       {"PE signature beyond the file", offsetof(IMAGE_DOS_HEADER, NewHeaderOffset), 0xFFFFFFF0},
@@ -268,6 +292,49 @@ TEST(PeSignature, TablesAndHeadersThatCannotBeBelieved) {
   for (UINTN Length = 0; Length < Good.size(); Length++) {
     EXPECT_THROW(ReadPeFile(std::span(Good).first(Length)), PeError) << Length;
   }
+}
+
+TEST(Verification, BadInputIsToldInOneLine) {
+  Pki().Write("none", {});
+  const Bytes Program = Sign("program", MakePe(mShapes[0]));
+  Pki().Write("cut.efi", Bytes(Program.begin(), Program.end() - 300));
+  Pki().Run("head -c 300 root.der > cut.der; head -c 500 root.pem > cut.pem; printf 'a\\000b' > nul.txt");
+  const struct {
+    const char *Arguments, *Says;
+  } Rows[] = {
+      {"verify none --trust root.pem", "none: no PE image"},
+      {"verify . --trust root.pem", ".: Is a directory"},
+      {"verify cut.efi --trust root.pem", "cut.efi: the certificate table is cut"},
+      {"verify root.pem --trust root.pem", "root.pem: no PE image"},
+      {"verify program.efi --trust none", "none: no certificate"},
+      {"verify program.efi --trust program.efi", "program.efi: no certificate"},
+      {"verify program.efi --trust cut.der", "cut.der: no certificate"},
+      {"verify program.efi --trust cut.pem", "cut.pem: the PEM block has no end"},
+      {"verify program.efi --trust root.key", "root.key: no certificate"},
+      {"verify program.efi --trust root.pem --at 20260230000000", "is no time"},
+      {"verify program.efi --trust root.pem --at 2026", "is no time"},
+      {"verify-pkcs7 none --trust root.pem --data nofile", "nofile: No such file"},
+      {"cert none", "none: no certificate"},
+      {"cert root.key", "root.key: no certificate"},
+      {"key root.der", "root.der: no PEM text"},
+      {"key root.key --password-file nul.txt", "nul.txt: a password cannot hold a NUL"},
+  };
+  for (const auto &Row : Rows) {
+    EXPECT_EQ(Fwboot(Row.Arguments), 2) << Row.Arguments;
+    EXPECT_EQ(ReadText("out"), "") << Row.Arguments;
+    const std::string Line = ReadText("err");
+    EXPECT_EQ(Line.find('\n'), Line.size() - 1) << Line;
+    EXPECT_EQ(Line.find("fwboot: "), 0U) << Line;
+    EXPECT_NE(Line.find(Row.Says), std::string::npos) << Line;
+  }
+}
+
+TEST(Verification, TheDemonstrationSignsAndVerifiesTheImage) {
+  Pki().Run("'" SOURCE_PATH "/scripts/sign-and-verify.sh' '" + TestedImage() + "' '" FWBOOT_PATH "' > out");
+  const std::string Shown = ReadText("out");
+  const size_t Accepted = Shown.find("Accepted: 1 of 1 signature verified");
+  EXPECT_NE(Accepted, std::string::npos) << Shown;
+  EXPECT_NE(Shown.find("Refused: 0 of 1 signature verified", Accepted), std::string::npos) << Shown;
 }
 
 } // namespace

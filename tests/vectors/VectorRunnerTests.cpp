@@ -82,6 +82,23 @@ TEST(VectorRunner, GoesOnAfterAFailureAndChoosesById) {
   EXPECT_EQ(RunText(Two, "abe").Passed, 0U);
 }
 
+// Where a case of Base64 leaves the answer open, what the library has always answered is held to; a case that
+// says that it is slow waits to be asked for.
+TEST(VectorRunner, HoldsToTheFiltersAnswerAndSkipsWhatIsSlow) {
+  const std::string Open =
+      "# base64\n\nid=a\nslots=56,58\nop=decode\nurl=0\nnonl=1\ntext=51554a4451\nexpect=any\n";
+  const std::string Right = "oracle_status=EFI_SUCCESS\noracle_bin=414243\n";
+  EXPECT_EQ(RunText(Open + Right).Passed, 1U);
+  EXPECT_EQ(RunText(Open + "oracle_status=EFI_SUCCESS\noracle_bin=414244\n").Failed, 1U);
+  EXPECT_EQ(RunText(Open + "oracle_status=EFI_LOAD_ERROR\noracle_bin=\n").Failed, 1U);
+  EXPECT_THROW(RunText(Open), VectorError);
+  const VectorResult Slow = RunText(Open + Right + "slow=1\n");
+  EXPECT_EQ(Slow.Passed + Slow.Failed, 0U);
+  ASSERT_EQ(Slow.Skipped.size(), 1U);
+  EXPECT_EQ(Slow.Skipped[0], "digest.txt:3: a");
+  EXPECT_THROW(RunText(Open + Right + "slow=2\n"), VectorError);
+}
+
 TEST(VectorRunner, ReportsADriverThatDoesNotStart) {
   VectorOptions Options;
   Options.Session = TestedDriver();

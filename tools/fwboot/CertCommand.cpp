@@ -12,6 +12,15 @@
 
 namespace {
 
+// Fingerprints are of the certificate alone, whatever stands behind it in the file.
+void CutBehind(const std::string &Path, std::vector<UINT8> &Certificate) {
+  try {
+    Certificate.resize(DerReader(Certificate).Next().Whole.size());
+  } catch (const DerError &) {
+    throw InputError(Path + ": a certificate whose encoding is not DER");
+  }
+}
+
 int RunCert(const GLOBAL_OPTIONS &Options, const std::string &Path) {
   std::vector<UINT8> Certificate = ReadCertificate(Path);
   DriverSession Session(Options.Session());
@@ -19,11 +28,9 @@ int RunCert(const GLOBAL_OPTIONS &Options, const std::string &Path) {
   const CRYPTO_SERVICES_PROTOCOL &Services = Session.Services();
   const auto Text = DescribeCertificate(Services, Certificate);
   if (!Text) {
-    PrintError(Path + ": SvcX509GetSubjectName answers FALSE: no certificate");
-    return mExitCheckFailed;
+    throw InputError(Path + ": no certificate that the driver can decode");
   }
-  // Fingerprints are of the certificate alone, whatever stands behind it in the file.
-  Certificate.resize(DerReader(Certificate).Next().Whole.size());
+  CutBehind(Path, Certificate);
   fmt::print("Subject     {}\nIssuer      {}\nValid       {}\n", Text->Subject, Text->Issuer,
              Text->Validity());
   VOID *Context = nullptr;

@@ -20,6 +20,9 @@ constexpr int mExitHalted = 3;
 struct GLOBAL_OPTIONS {
   std::string Image;
   bool Linked = false;
+  // "native"; "ssse3", without the instructions for AES, SHA and random words; "plain", without SSSE3 as
+  // well.
+  std::string Processor = "native";
 
   // A boot of the driver that they choose.
   SessionOptions Session() const;

@@ -6,8 +6,12 @@ namespace {
 constexpr COMMAND mCommands[] = {
     {"boot", "Boot the driver and print what it asked of the firmware, step by step", DeclareBoot},
     {"screen", "Show the violation screen of a language and a reason, or draw it", DeclareScreen},
-    {"services", "List the 62 services and whether the driver serves them", DeclareServices},
+    {"services", "List the 62 services: slot, offset, name, result, family", DeclareServices},
     {"hash", "Print digests of files, in the form of the sum tools", DeclareHash},
+    {"hmac", "Print MACs of files under a key, in the form of the sum tools", DeclareHmac},
+    {"pbkdf2", "Derive a key from a password", DeclarePbkdf2},
+    {"base64", "Convert bytes to Base64 text and back", DeclareBase64},
+    {"random", "Print bytes of the random generator", DeclareRandom},
     {"verify", "Check the signatures of a PE program against a trusted certificate", DeclareVerify},
     {"verify-pkcs7", "Check a PKCS#7 signature over a file against a trusted certificate", DeclareVerifyPkcs7},
     {"cert", "Show a certificate", DeclareCert},

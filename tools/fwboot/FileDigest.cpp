@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 
 #include "tools/fwboot/Command.h"
+#include "tools/fwboot/Hex.h"
 #include "tools/fwboot/ProgressBar.h"
 #include "tools/session/StatusNames.h"
 
@@ -24,10 +25,6 @@ constexpr FILE_DIGEST_ALGORITHM mAlgorithms[] = {
     {"sha256", "SHA-256", "sha256sum", HASH_TYPE_SHA256, CRYPTO_SERVICES_SHA256_DIGEST_SIZE},
     {"md5", "MD5", "md5sum", HASH_TYPE_MD5, CRYPTO_SERVICES_MD5_DIGEST_SIZE},
 };
-
-std::string HexText(const std::vector<UINT8> &Bytes) {
-  return fmt::format("{:02x}", fmt::join(Bytes, ""));
-}
 
 using CHUNK_TAKER = std::function<void(const UINT8 *Chunk, UINTN Size)>;
 
@@ -104,6 +101,26 @@ FileDigest HashAtOnce(const CRYPTO_SERVICES_PROTOCOL &Services, const FILE_DIGES
 
 std::span<const FILE_DIGEST_ALGORITHM> FileDigestAlgorithms() {
   return mAlgorithms;
+}
+
+std::string SumLine(const std::string &Hex, const std::string &Path) {
+  std::string Name;
+  for (const char Character : Path) {
+    switch (Character) {
+    case '\\':
+      Name += "\\\\";
+      break;
+    case '\n':
+      Name += "\\n";
+      break;
+    case '\r':
+      Name += "\\r";
+      break;
+    default:
+      Name += Character;
+    }
+  }
+  return (Name == Path ? "" : "\\") + Hex + "  " + Name;
 }
 
 FileDigest HashFile(DriverSession &Session, const FILE_DIGEST_ALGORITHM &Algorithm, const std::string &Path) {

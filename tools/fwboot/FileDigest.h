@@ -20,6 +20,10 @@ struct FILE_DIGEST_ALGORITHM {
 // SHA-1, SHA-256 and MD5.
 std::span<const FILE_DIGEST_ALGORITHM> FileDigestAlgorithms();
 
+// A line of the sum tools: a name with a backslash or a line break is escaped, and the whole line then starts
+// with a backslash.
+std::string SumLine(const std::string &Hex, const std::string &Path);
+
 struct FileDigest {
   // Lower-case hex; empty when the driver refused.
   std::string Hex;

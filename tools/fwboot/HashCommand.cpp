@@ -15,27 +15,6 @@ struct HASH_OPTIONS {
   std::vector<std::string> Paths;
 };
 
-// A name with a backslash or a line break is escaped, and the whole line then starts with a backslash.
-std::string SumLine(const std::string &Hex, const std::string &Path) {
-  std::string Name;
-  for (const char Character : Path) {
-    switch (Character) {
-    case '\\':
-      Name += "\\\\";
-      break;
-    case '\n':
-      Name += "\\n";
-      break;
-    case '\r':
-      Name += "\\r";
-      break;
-    default:
-      Name += Character;
-    }
-  }
-  return (Name == Path ? "" : "\\") + Hex + "  " + Name;
-}
-
 int RunHashCommand(const GLOBAL_OPTIONS &Options, const HASH_OPTIONS &Own) {
   DriverSession Session(Options.Session());
   RequireServices(Session);

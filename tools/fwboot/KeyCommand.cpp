@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <fmt/core.h>
@@ -56,6 +57,10 @@ bool SignsAndVerifies(const CRYPTO_SERVICES_PROTOCOL &Services, VOID *Context) {
 
 int RunKey(const GLOBAL_OPTIONS &Options, const KEY_OPTIONS &Own) {
   const std::vector<UINT8> Text = ReadInput(Own.Path);
+  constexpr std::string_view mBegin = "-----BEGIN ";
+  if (std::search(Text.begin(), Text.end(), mBegin.begin(), mBegin.end()) == Text.end()) {
+    throw InputError(Own.Path + ": no PEM text");
+  }
   std::optional<std::string> Password;
   if (!Own.PasswordPath.empty()) {
     Password = ReadPassword(Own.PasswordPath);

@@ -13,6 +13,13 @@ SessionOptions GLOBAL_OPTIONS::Session() const {
   if (!Linked) {
     Options.Image = Image;
   }
+  using enum ProcessorScript::Feature;
+  if (Processor != "native") {
+    Options.WithoutFeatures = {AesNi, Sha, Rdseed, Rdrand};
+  }
+  if (Processor == "plain") {
+    Options.WithoutFeatures.push_back(Ssse3);
+  }
   return Options;
 }
 
@@ -50,6 +57,12 @@ int ParseAndRun(int Count, char **Arguments) {
                     ->capture_default_str();
   App.add_flag("--linked", Options.Linked, "Use the driver linked into this program instead of an image")
       ->excludes(Image);
+  App.add_option(
+         "--processor", Options.Processor,
+         "The processor that the driver sees: this machine's; the same without the instructions for AES,\n"
+         "SHA, RDSEED and RDRAND; or without SSSE3 as well")
+      ->check(CLI::IsMember({"native", "ssse3", "plain"}))
+      ->capture_default_str();
   App.require_subcommand(0, 1);
 
   COMMAND_ACTION Action = RunDemonstration;
@@ -80,7 +93,7 @@ int ParseAndRun(int Count, char **Arguments) {
 int RunGuarded(int Count, char **Arguments) {
   try {
     const int Code = ParseAndRun(Count, Arguments);
-    if (std::fflush(stdout) != 0) {
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
       throw InputError("the output cannot be written");
     }
     return Code;

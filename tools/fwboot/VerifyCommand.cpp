@@ -10,8 +10,8 @@
 #include "tools/fwboot/InputFile.h"
 #include "tools/fwboot/SignatureCheck.h"
 #include "tools/fwboot/Wording.h"
-#include "tools/pe/DerReader.h"
 #include "tools/pe/PeSignatures.h"
+#include "tools/pe/SignedDigest.h"
 
 namespace {
 
@@ -37,34 +37,14 @@ std::string HexText(const std::vector<UINT8> &Bytes) {
   return fmt::format("{:02x}", fmt::join(Bytes, ""));
 }
 
-// What a signature says that it was made for.
-struct SIGNED_DIGEST {
-  const IMAGE_DIGEST_ALGORITHM *Algorithm; // NULL: one that the driver has no service for
-  std::vector<UINT8> Value;
-};
-
-// ContentInfo { type, [0] { SignedData { version, digests, { type, [0] { { data, { algorithm, digest } } } }
-// } } }.
-SIGNED_DIGEST ReadSignedDigest(const std::vector<UINT8> &Message) {
-  DerReader Info = DerReader(Message).Enter(0x30);
-  Info.Next(0x06);
-  DerReader Signed = Info.Enter(0xA0).Enter(0x30);
-  Signed.Next(0x02);
-  Signed.Next(0x31);
-  DerReader Content = Signed.Enter(0x30);
-  Content.Next(0x06);
-  DerReader Indirect = Content.Enter(0xA0).Enter(0x30);
-  Indirect.Next(0x30);
-  DerReader Digest = Indirect.Enter(0x30);
-  const DerBytes Oid = Digest.Enter(0x30).Next(0x06).Content;
-  const DerBytes Value = Digest.Next(0x04).Content;
-  SIGNED_DIGEST Result = {nullptr, {Value.begin(), Value.end()}};
+// NULL for a digest that the driver has no service for.
+const IMAGE_DIGEST_ALGORITHM *AlgorithmOf(const SignedDigest &Digest) {
   for (const IMAGE_DIGEST_ALGORITHM &Algorithm : mAlgorithms) {
-    if (std::equal(Oid.begin(), Oid.end(), Algorithm.Oid.begin(), Algorithm.Oid.end())) {
-      Result.Algorithm = &Algorithm;
+    if (Digest.Oid == Algorithm.Oid) {
+      return &Algorithm;
     }
   }
-  return Result;
+  return nullptr;
 }
 
 class ImageDigests {
@@ -99,21 +79,22 @@ private:
 // Checks one signature and prints what came of it.
 bool CheckSignature(const CRYPTO_SERVICES_PROTOCOL &Services, SignatureCheck &Check, ImageDigests &Digests,
                     const std::vector<UINT8> &Message) {
-  SIGNED_DIGEST Signed = {};
+  SignedDigest Signed;
   try {
     Signed = ReadSignedDigest(Message);
   } catch (const DerError &) {
     fmt::print("  Answer    refused: no Authenticode signature\n");
     return false;
   }
-  fmt::print("  For       {} {}\n", Signed.Algorithm != nullptr ? Signed.Algorithm->Name : "another digest",
+  const IMAGE_DIGEST_ALGORITHM *Algorithm = AlgorithmOf(Signed);
+  fmt::print("  For       {} {}\n", Algorithm != nullptr ? Algorithm->Name : "another digest",
              HexText(Signed.Value));
   Check.ShowSigners(Message, "  ");
-  if (Signed.Algorithm == nullptr) {
+  if (Algorithm == nullptr) {
     fmt::print("  Answer    refused: the driver has no service for this digest\n");
     return false;
   }
-  const std::vector<UINT8> &Digest = Digests.Get(*Signed.Algorithm);
+  const std::vector<UINT8> &Digest = Digests.Get(*Algorithm);
   const std::vector<UINT8> &Trusted = Check.Trusted();
   // A digest of no bytes would not be compared.
   if (!Digest.empty() && Services.SvcAuthenticodeVerify(Message.data(), Message.size(), Trusted.data(),
@@ -126,18 +107,20 @@ bool CheckSignature(const CRYPTO_SERVICES_PROTOCOL &Services, SignatureCheck &Ch
   return false;
 }
 
+PeFile ReadImage(const std::string &Path, const std::vector<UINT8> &File) {
+  try {
+    return ReadPeFile(File);
+  } catch (const PeError &Error) {
+    throw InputError(Path + ": " + Error.what());
+  }
+}
+
 int RunVerify(const GLOBAL_OPTIONS &Options, const VERIFY_OPTIONS &Own) {
   const std::vector<UINT8> File = ReadInput(Own.Path);
   DriverSession Session(Options.Session());
   RequireServices(Session);
   SignatureCheck Check(Session, Own.Trust);
-  PeFile Pe;
-  try {
-    Pe = ReadPeFile(File);
-  } catch (const PeError &Error) {
-    PrintError(Own.Path + ": " + Error.what());
-    return mExitCheckFailed;
-  }
+  const PeFile Pe = ReadImage(Own.Path, File);
   const CRYPTO_SERVICES_PROTOCOL &Services = Session.Services();
   ImageDigests Digests(Services, File, Pe);
   fmt::print("File        {}, {}, {} bytes\n", Own.Path, Pe.Pe32Plus ? "PE32+" : "PE32",
@@ -174,8 +157,8 @@ COMMAND_ACTION DeclareVerify(CLI::App &App) {
       ->type_name("CERT");
   App.add_option("--at", Own->Trust.At, "The firmware's clock, in UTC; the host's time unless given")
       ->type_name("YYYYMMDDhhmmss");
-  App.footer(
-      "The file is accepted when one of its signatures verifies. Exit code 1 when none does, or when the\n"
-      "headers or the certificate table cannot be believed.");
+  App.footer("The file is accepted when one of its signatures verifies. Exit code 1 when none does, 2 when "
+             "it is no\n"
+             "PE image whose headers and certificate table can be believed.");
   return [Own](const GLOBAL_OPTIONS &Options) { return RunVerify(Options, *Own); };
 }

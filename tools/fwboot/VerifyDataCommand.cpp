@@ -6,6 +6,7 @@
 #include <fmt/core.h>
 
 #include "tools/fwboot/Commands.h"
+#include "tools/fwboot/Hex.h"
 #include "tools/fwboot/InputFile.h"
 #include "tools/session/StatusNames.h"
 
@@ -27,13 +28,9 @@ std::vector<UINT8> ReadModulus(const std::string &Path, bool BigEndian) {
   const std::string Text(Value.begin(), Value.end());
   if (Text.starts_with(mTitle)) {
     const std::string Digits = Text.substr(mTitle.size(), Text.find_last_not_of("\r\n") + 1 - mTitle.size());
-    if (Digits.empty() || Digits.size() % 2 != 0 ||
-        Digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
-      throw InputError(Path + ": the modulus is not in whole bytes of hex");
-    }
-    Value.clear();
-    for (size_t Index = 0; Index < Digits.size(); Index += 2) {
-      Value.push_back(static_cast<UINT8>(std::stoul(Digits.substr(Index, 2), nullptr, 16)));
+    Value = ParseHex(Path, Digits);
+    if (Value.empty()) {
+      throw InputError(Path + ": no modulus behind \"" + std::string(mTitle) + "\"");
     }
     BigEndian = true;
   }

@@ -95,9 +95,7 @@ void RunDhCase(VectorRun &Run) {
   if ((Run.Case.Number("pbits") + 7) / 8 != Prime.size()) {
     Run.Case.Refuse("pbits", "not the size of p");
   }
-  // Making keys needs a generator that is ready, on any processor.
-  static const UINT8 mSeed[32] = {1};
-  Run.Services.SvcRandomSeed(mSeed, sizeof(mSeed));
+  Run.MakeGeneratorReady();
   if (Run.Case.Has("g_hex")) {
     RefusedGenerator(Run, Prime);
     return;

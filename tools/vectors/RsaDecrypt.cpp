@@ -84,6 +84,7 @@ void RunRsaDecryptCase(VectorRun &Run) {
     Run.Require(Plain.Block == nullptr && Plain.Size == 0, "SvcRsaPrivateDecrypt refused and left a result");
   }
   if (Message && !Message->empty()) {
+    Run.MakeGeneratorReady();
     ThereAndBack(Run, Key, *Message);
   }
 }

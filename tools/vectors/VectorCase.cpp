@@ -6,6 +6,7 @@
 
 #include "tools/session/SlotTable.h"
 #include "tools/session/StatusNames.h"
+#include "tools/vectors/SettledAnswers.h"
 
 namespace {
 
@@ -45,6 +46,11 @@ VectorCase::VectorCase(const VectorFile &File, const VectorRecord &Record)
     : File_(File), Record_(Record), Used_(Record.Fields.size()) {
   ReadSlots();
   ReadExpectations();
+  const std::string Slow = OptionalText("slow").value_or("0");
+  if (Slow != "0" && Slow != "1") {
+    Refuse("slow", "neither 0 nor 1");
+  }
+  Slow_ = Slow == "1";
 }
 
 std::string VectorCase::Place() const {
@@ -83,7 +89,7 @@ void VectorCase::ReadExpectations() {
     if (Has(Key)) {
       Entry.Expected = Parse(Number, Take(Key));
     } else if (Expected == "any") {
-      Entry.Expected = {ExpectedAnswer::Any, EFI_SUCCESS};
+      Entry.Expected = Settled(Kind);
     } else if (Expected == "ok" || (Kind != ResultKind::Status && Kind != ResultKind::Boolean)) {
       Entry.Expected = {ExpectedAnswer::Success, EFI_SUCCESS};
     } else if (Kind == ResultKind::Boolean) {
@@ -99,6 +105,18 @@ void VectorCase::ReadExpectations() {
       Refuse(Field.Key, "the case does not list that slot");
     }
   }
+}
+
+SlotExpectation VectorCase::Settled(ResultKind Kind) const {
+  if (Kind == ResultKind::Status) {
+    return {ExpectedAnswer::Any, EFI_SUCCESS};
+  }
+  const auto Answer = SettledAnswer(Id());
+  if (!Answer) {
+    Refuse("expect", "\"any\", and nobody has settled what this driver is to answer");
+  }
+  const bool Refuses = Kind == ResultKind::Boolean && *Answer == FALSE;
+  return {Refuses ? ExpectedAnswer::Refusal : ExpectedAnswer::Success, EFI_SUCCESS};
 }
 
 SlotExpectation VectorCase::Parse(UINTN Number, const VectorField &Field) const {

@@ -7,9 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "tools/session/SlotTable.h"
 #include "tools/vectors/VectorFile.h"
 #include "uefi/Base.h"
 
+// Any: the case does not say, and the family that has such slots does; all of them answer an EFI_STATUS.
 enum class ExpectedAnswer { Success, Refusal, Any };
 
 struct SlotExpectation {
@@ -23,10 +25,13 @@ public:
   // Reads "slots", "expect", "status" and every "expect.SLOT". Throws VectorError when one is missing or
   // makes no sense: a slot above 61 or twice, an answer that a slot of its kind cannot give, an expectation
   // for a slot that is not listed, a refusal without the status to expect. Both arguments must outlive the
-  // case.
+  // case. Where "expect=any" leaves a BOOLEAN open, SettledAnswers.h must have closed it.
   VectorCase(const VectorFile &File, const VectorRecord &Record);
 
   const std::string &Id() const { return Record_.Id; }
+
+  // Whether the case says of itself, by "slow=1", that it takes long.
+  bool Slow() const { return Slow_; }
 
   // "FILE:LINE: ID", for reports.
   std::string Place() const;
@@ -65,10 +70,12 @@ private:
   const VectorField &Take(const std::string &Key);
   void ReadSlots();
   void ReadExpectations();
+  SlotExpectation Settled(ResultKind Kind) const;
   SlotExpectation Parse(UINTN Number, const VectorField &Field) const;
 
   const VectorFile &File_;
   const VectorRecord &Record_;
   std::map<UINTN, Slot> Slots_;
   std::vector<bool> Used_;
+  bool Slow_ = false;
 };

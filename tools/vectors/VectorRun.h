@@ -25,6 +25,10 @@ public:
   bool Status(UINTN Slot, EFI_STATUS Answer);
   bool Size(UINTN Slot, UINTN Answer, UINTN Wanted);
 
+  // Seeds the driver's random generator, which is not ready by itself on a processor without a source of
+  // random words. For cases whose services draw from it.
+  void MakeGeneratorReady();
+
   // Notes a failure unless the two are equal; What names the value in it.
   void Equal(const std::string &What, const std::vector<UINT8> &Got, const std::vector<UINT8> &Wanted);
 

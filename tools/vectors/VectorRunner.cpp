@@ -49,13 +49,18 @@ void CheckVectors(const VectorFile &File) {
 VectorResult RunVectors(const VectorFile &File, const VectorOptions &Options) {
   CheckVectors(File);
   const VECTOR_FAMILY &Family = FamilyOf(File);
+  VectorResult Result;
   std::vector<const VectorRecord *> Chosen;
   for (const VectorRecord &Record : File.Records) {
-    if (Record.Id.find(Options.IdPart) != std::string::npos) {
+    if (Record.Id.find(Options.IdPart) == std::string::npos) {
+      continue;
+    }
+    if (const VectorCase Case(File, Record); Case.Slow() && !Options.Slow) {
+      Result.Skipped.push_back(Case.Place());
+    } else {
       Chosen.push_back(&Record);
     }
   }
-  VectorResult Result;
   std::unique_ptr<DriverSession> Session;
   for (const VectorRecord *Record : Chosen) {
     if (!Session || Family.FreshBoot || Session->Outcome() == BootOutcome::Halted) {

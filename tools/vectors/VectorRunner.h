@@ -13,6 +13,8 @@ struct VectorOptions {
   SessionOptions Session;
   // Only cases whose id contains this text run.
   std::string IdPart;
+  // Run the cases that say of themselves that they are slow.
+  bool Slow = false;
   // Called after every case with the number of cases run and to run.
   std::function<void(UINTN Done, UINTN Total)> Progress;
 };
@@ -22,6 +24,8 @@ struct VectorResult {
   UINTN Failed = 0;
   // One line for every case that failed: its place, its id and all that was wrong.
   std::vector<std::string> Failures;
+  // The place and id of every case that was left out because it is slow.
+  std::vector<std::string> Skipped;
 };
 
 // Runs the cases in the order of the file. A case fails by a wrong answer or result, a fault that the
