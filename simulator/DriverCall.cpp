@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include <unistd.h>
 
@@ -37,6 +38,8 @@ struct DRIVER_CALL {
   UINT16 X87After;
   alignas(16) UINT8 Vectors[16][32];
   UINT8 OuterUpper[16][16];
+  UINT8 *StackCopy;
+  UINT64 Trap;
   UINT64 LowestSoFar;
   DRIVER_CALL *Outer;
 };
@@ -46,7 +49,8 @@ static_assert(offsetof(DRIVER_CALL, StackTop) == 88 && offsetof(DRIVER_CALL, Low
 static_assert(offsetof(DRIVER_CALL, Result) == 104 && offsetof(DRIVER_CALL, Integers) == 112);
 static_assert(offsetof(DRIVER_CALL, Flags) == 176 && offsetof(DRIVER_CALL, MxcsrBefore) == 184);
 static_assert(offsetof(DRIVER_CALL, X87Before) == 192 && offsetof(DRIVER_CALL, Vectors) == 208);
-static_assert(offsetof(DRIVER_CALL, OuterUpper) == 720);
+static_assert(offsetof(DRIVER_CALL, OuterUpper) == 720 && offsetof(DRIVER_CALL, StackCopy) == 976);
+static_assert(offsetof(DRIVER_CALL, Trap) == 984);
 
 struct VECTOR_PATTERNS {
   UINT8 Bytes[16][32];
@@ -79,6 +83,8 @@ constinit const VECTOR_PATTERNS mDriverCallVectors = [] {
 namespace {
 
 DriverCallChecks mChecks;
+std::vector<UINT8> *mStackCopy = nullptr;
+bool mTrapNext = false;
 DRIVER_CALL *mInnermost = nullptr;
 
 std::map<std::string, UINT64, std::less<>> &Stacks() {
@@ -181,6 +187,14 @@ void SetDriverCallChecks(const DriverCallChecks &Checks) {
   mChecks = Checks;
 }
 
+void KeepDriverStack(std::vector<UINT8> *Copy) {
+  mStackCopy = Copy;
+}
+
+void TrapNextDriverCall() {
+  mTrapNext = true;
+}
+
 UINT64 CallDriver(const char *Name, const void *Function, const UINT64 *Arguments, UINTN Count) {
   if (Count > mMaximumArguments) {
     AbortRun(std::string(Name) + ": more than eight arguments");
@@ -195,9 +209,18 @@ UINT64 CallDriver(const char *Name, const void *Function, const UINT64 *Argument
   Call.UpperVectors = mChecks.UpperVectors && HostHasAvx() ? 1 : 0;
   Call.LowestSoFar = ~UINT64{0};
   Call.Outer = mInnermost;
+  Call.StackCopy = nullptr;
+  if (mStackCopy != nullptr && Call.Outer == nullptr) {
+    mStackCopy->resize(Call.PaintBytes);
+    Call.StackCopy = mStackCopy->data();
+  }
+  Call.Trap = std::exchange(mTrapNext, false) ? 1 : 0;
   mInnermost = &Call;
   DriverCallGate(&Call);
   mInnermost = Call.Outer;
+  if (Call.StackCopy != nullptr) {
+    mStackCopy->resize(Call.StackTop - Call.Lowest);
+  }
   JudgeRegisters(Name, Call);
   RecordStack(Name, Call);
   return Call.Result;
@@ -230,9 +253,8 @@ bool HostHasAvx() {
 
 bool HostLeavesAvxAlone() {
   static const bool Alone = [] {
-    DRIVER_CALL Call;
+    DRIVER_CALL Call = {};
     Call.Function = reinterpret_cast<const void *>(&ExerciseHost);
-    Call.PaintBytes = 0;
     Call.UpperVectors = 1;
     if (HostHasAvx()) {
       DriverCallGate(&Call);

@@ -7,6 +7,7 @@
 #include <initializer_list>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "uefi/Base.h"
 
@@ -32,6 +33,13 @@ UINT64 CallDriver(const char *Name, const void *Function, std::initializer_list<
 
 // The same with Count arguments at Arguments.
 UINT64 CallDriver(const char *Name, const void *Function, const UINT64 *Arguments, UINTN Count);
+
+// From now on Copy receives, after every outermost call, the painted stack that it used as it left it, lowest
+// byte first, before host code runs there; nothing where no stack is painted. NULL ends it.
+void KeepDriverStack(std::vector<UINT8> *Copy);
+
+// The next call enters the driver with the trap flag set; whoever takes SIGTRAP ends that (TimerInterrupt.h).
+void TrapNextDriverCall();
 
 // Bytes of stack that the deepest call of Name has used so far, return address included, with everything it
 // called: firmware services, and driver calls nested in it, count as they would on a board. 0 when never

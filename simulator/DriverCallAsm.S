@@ -20,6 +20,8 @@
 #define CALL_X87_AFTER 194
 #define CALL_VECTORS 208
 #define CALL_OUTER_UPPER 720
+#define CALL_STACK_COPY 976
+#define CALL_TRAP 984
 
 // Frame: 32 bytes of home space and four stack arguments for the driver, then the record's address.
 #define FRAME_BYTES 88
@@ -89,6 +91,13 @@ DriverCallGate:
   mov r13, [rax + 40]
   mov r14, [rax + 48]
   mov r15, [rax + 56]
+  mov rax, [rsp + FRAME_RECORD]
+  cmp qword ptr [rax + CALL_TRAP], 0
+  je 6f
+  pushfq
+  or qword ptr [rsp], 0x100
+  popfq
+6:
   call r10
 
   mov r10, [rsp + FRAME_RECORD]
@@ -126,6 +135,14 @@ DriverCallGate:
   call DriverStackLowest
   mov r10, [rsp + FRAME_RECORD]
   mov [r10 + CALL_LOWEST], rax
+  mov rdi, [r10 + CALL_STACK_COPY]
+  test rdi, rdi
+  jz 5f
+  mov rsi, rax
+  mov rcx, rsp
+  sub rcx, rsi
+  rep movsb
+5:
   mov rax, [r10 + CALL_RESULT]
 
   add rsp, FRAME_BYTES

@@ -8,8 +8,6 @@
 #include <system_error>
 #include <vector>
 
-#include <link.h>
-
 #include "simulator/DriverCall.h"
 #include "simulator/Faults.h"
 #include "simulator/HaltWatch.h"
@@ -19,7 +17,9 @@ extern "C" {
 __attribute__((weak)) EFI_STATUS EFIAPI CryptoDriverEntry(EFI_HANDLE ImageHandle,
                                                           EFI_SYSTEM_TABLE *SystemTable);
 
-// Bounds of the linked driver's writable data, from the linker script.
+// Bounds of the linked driver's code and writable data, from the linker script.
+extern const unsigned char DriverTextStart[] __attribute__((weak));
+extern const unsigned char DriverTextEnd[] __attribute__((weak));
 extern unsigned char DriverDataStart[] __attribute__((weak));
 extern unsigned char DriverDataEnd[] __attribute__((weak));
 extern unsigned char DriverBssStart[] __attribute__((weak));
@@ -60,24 +60,6 @@ DriverTarget::Range CodeOf(const LoadedImage &Image) {
       Code.End = std::max(Code.End, Image.Base() + Section.Rva + Section.Size);
     }
   }
-  return Code;
-}
-
-DriverTarget::Range CodeOfProcess() {
-  DriverTarget::Range Code = {~UINT64{0}, 0};
-  dl_iterate_phdr(
-      [](dl_phdr_info *Information, size_t, void *Result) {
-        auto &Found = *static_cast<DriverTarget::Range *>(Result);
-        for (int Index = 0; Index < Information->dlpi_phnum; ++Index) {
-          const ElfW(Phdr) &Header = Information->dlpi_phdr[Index];
-          if (Header.p_type == PT_LOAD && (Header.p_flags & PF_X) != 0) {
-            Found.Begin = std::min<UINT64>(Found.Begin, Information->dlpi_addr + Header.p_vaddr);
-            Found.End = std::max<UINT64>(Found.End, Information->dlpi_addr + Header.p_vaddr + Header.p_memsz);
-          }
-        }
-        return 1; // The first one is the program itself.
-      },
-      &Code);
   return Code;
 }
 
@@ -143,13 +125,14 @@ std::unique_ptr<DriverTarget> DriverTarget::OpenLinked() {
   if (CryptoDriverEntry == nullptr) {
     throw LoadError("no driver is linked into this program");
   }
-  if (DriverDataStart == nullptr || DriverBssStart == nullptr) {
-    throw LoadError("the linked driver's data are not gathered");
+  if (DriverTextStart == nullptr || DriverDataStart == nullptr || DriverBssStart == nullptr) {
+    throw LoadError("the linked driver's code and data are not gathered");
   }
   RestoreLinkedData();
   const UINT64 Entry = reinterpret_cast<UINT64>(&CryptoDriverEntry);
+  const Range Code = {reinterpret_cast<UINT64>(DriverTextStart), reinterpret_cast<UINT64>(DriverTextEnd)};
   std::unique_ptr<DriverTarget> Target(
-      new DriverTarget(nullptr, LinkMap::OfProcess(), LinkMap::ProcessBase(), Entry, CodeOfProcess()));
+      new DriverTarget(nullptr, LinkMap::OfProcess(), LinkMap::ProcessBase(), Entry, Code));
   SetDriverCallChecks({});
   return Target;
 }

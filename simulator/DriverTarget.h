@@ -25,8 +25,8 @@ public:
   static std::unique_ptr<DriverTarget> OpenImage(const std::string &Path);
 
   // Takes the driver linked into this program and gives its writable data the values they had before the
-  // first boot. Throws LoadError when none is linked, or its data are not gathered between DriverDataStart
-  // and DriverDataEnd, DriverBssStart and DriverBssEnd.
+  // first boot. Throws LoadError when none is linked, or when its code and data are not gathered between
+  // DriverTextStart and DriverTextEnd, DriverDataStart and DriverDataEnd, DriverBssStart and DriverBssEnd.
   static std::unique_ptr<DriverTarget> OpenLinked();
 
   // One target lives at a time. Destruction unmaps an image; nothing may point into it any more.
@@ -42,7 +42,7 @@ public:
 
   const void *EntryPoint() const { return reinterpret_cast<const void *>(Entry_); }
 
-  // Where the driver's code lies; for the linked driver all code of this program.
+  // Where the driver's code lies, that of its crypto library included.
   Range Code() const { return Code_; }
 
   // Where a routine or object lies in memory, by its linker name; nothing or NULL when the name is not known.

@@ -18,7 +18,7 @@ namespace {
 constexpr int mTickSignal = SIGVTALRM;
 constexpr long mTickNanoseconds = 1000000;
 constexpr UINT64 mLoopBytes = 64;
-constexpr UINTN mAgreementsWanted = 20;
+constexpr UINTN mAgreementsWanted = 8;
 constexpr UINTN mPlaces = 32;
 constexpr UINTN mStackQuadwords = 64;
 constexpr int mRegisters[] = {REG_RAX, REG_RBX, REG_RCX, REG_RDX, REG_RSI, REG_RDI, REG_RBP, REG_RSP,

@@ -75,6 +75,12 @@ public:
   std::vector<Block> OpenBlocks() const;
   const Statistics &Figures() const { return Figures_; }
 
+  // Takes the peaks anew from what is live now.
+  void RestartPeaks() {
+    Figures_.PeakBlocks = Figures_.LiveBlocks;
+    Figures_.PeakBytes = Figures_.LiveBytes;
+  }
+
 private:
   void CheckBlock(const Block &Checked, const char *When);
   void CheckReleased(const Block &Released);

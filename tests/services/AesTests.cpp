@@ -16,18 +16,8 @@ namespace {
 constexpr UINTN mContextSize = 488;
 constexpr UINTN mKeyLengths[] = {128, 192, 256};
 
-class AesTest : public DriverTest {
+class AesTest : public CipherTest {
 protected:
-  // Runs Body in a fresh boot on each processor.
-  template <typename BODY> void OnEachProcessor(BODY Body) {
-    for (const TestedProcessor &Processor : mProcessors) {
-      SCOPED_TRACE(Processor.Name);
-      Options.Prepare = StartOn(Processor);
-      Reboot();
-      Body();
-    }
-  }
-
   Bytes MakeContext(const Bytes &Key) {
     Bytes Context(mContextSize);
     EXPECT_TRUE(Svc().SvcAesInit(Context.data(), Key.data(), Key.size() * 8));
@@ -84,7 +74,8 @@ TEST_F(AesTest, KnownAnswers) {
   });
 }
 
-// Against chaining by hand over single-block calls, at each size, alignment and key length, in place and apart.
+// Against chaining by hand over single-block calls, at each size, alignment and key length, in place and
+// apart.
 TEST_F(AesTest, EverySizeAndAlignment) {
   const Bytes Message = Pattern(304);
   const Bytes Vector = Pattern(16, 2);
@@ -97,7 +88,8 @@ TEST_F(AesTest, EverySizeAndAlignment) {
       Bytes Single;
       Bytes Last = Vector;
       for (UINTN Offset = 0; Offset < Message.size(); Offset += 16) {
-        Bytes Block(Message.begin() + static_cast<long>(Offset), Message.begin() + static_cast<long>(Offset) + 16);
+        Bytes Block(Message.begin() + static_cast<long>(Offset),
+                    Message.begin() + static_cast<long>(Offset) + 16);
         const Bytes Alone = Ecb(true, Context, Block);
         Single.insert(Single.end(), Alone.begin(), Alone.end());
         for (UINTN Index = 0; Index < 16; Index++) {
@@ -112,14 +104,22 @@ TEST_F(AesTest, EverySizeAndAlignment) {
         const Bytes Blocks(Single.begin(), Single.begin() + static_cast<long>(Size));
         ASSERT_EQ(Cbc(true, Context, Vector, Plain, Size / 16 % 16), Expected) << Size;
         ASSERT_EQ(Cbc(false, Context, Vector, Expected, Size / 16 % 16), Plain) << Size;
+        // The rest in a second call, from the last block of the first one's cipher text.
+        const Bytes Rest(Message.begin() + static_cast<long>(Size), Message.end());
+        const Bytes RestExpected(Chained.begin() + static_cast<long>(Size), Chained.end());
+        const Bytes Middle = Size == 0 ? Vector : Bytes(Expected.end() - 16, Expected.end());
+        ASSERT_EQ(Cbc(true, Context, Middle, Rest), RestExpected) << Size;
+        ASSERT_EQ(Cbc(false, Context, Middle, RestExpected), Rest) << Size;
         ASSERT_EQ(Ecb(true, Context, Plain), Blocks) << Size;
         ASSERT_EQ(Ecb(false, Context, Blocks), Plain) << Size;
         GuardedBuffer InPlace(Size, Size / 16 % 8);
         std::copy(Plain.begin(), Plain.end(), InPlace.Get());
         Bytes Scratch = Vector;
-        ASSERT_TRUE(Svc().SvcAesCbcEncrypt(Context.data(), InPlace.Get(), Size, Scratch.data(), InPlace.Get()));
+        ASSERT_TRUE(
+            Svc().SvcAesCbcEncrypt(Context.data(), InPlace.Get(), Size, Scratch.data(), InPlace.Get()));
         ASSERT_EQ(InPlace.Content(), Expected) << Size;
-        ASSERT_TRUE(Svc().SvcAesCbcDecrypt(Context.data(), InPlace.Get(), Size, Scratch.data(), InPlace.Get()));
+        ASSERT_TRUE(
+            Svc().SvcAesCbcDecrypt(Context.data(), InPlace.Get(), Size, Scratch.data(), InPlace.Get()));
         ASSERT_TRUE(Svc().SvcAesEcbEncrypt(Context.data(), InPlace.Get(), Size, InPlace.Get()));
         ASSERT_EQ(InPlace.Content(), Blocks) << Size;
         ASSERT_TRUE(Svc().SvcAesEcbDecrypt(Context.data(), InPlace.Get(), Size, InPlace.Get()));
@@ -132,7 +132,8 @@ TEST_F(AesTest, EverySizeAndAlignment) {
   });
 }
 
-// The same bytes whatever the processor; both schedules' rounds in their places; usable anywhere and as a copy.
+// The same bytes whatever the processor; both schedules' rounds in their places; usable anywhere and as a
+// copy.
 TEST_F(AesTest, ContextsHoldTheTwoSchedulesAndNothingElse) {
   std::vector<Bytes> First;
   const Bytes Plain = Pattern(160);
@@ -149,8 +150,14 @@ TEST_F(AesTest, ContextsHoldTheTwoSchedulesAndNothingElse) {
         std::memcpy(&Rounds, &Context[Offset], sizeof(Rounds));
         EXPECT_EQ(Rounds, KeyLength / 32 + 6);
       }
+      // The schedule for encryption begins with the key, the other one ends with it (FIPS 197,
+      // section 5.3.5).
+      EXPECT_TRUE(std::equal(Context.begin(), Context.begin() + 16, Key.begin()));
+      EXPECT_TRUE(
+          std::equal(Key.begin(), Key.begin() + 16, Context.begin() + 244 + 16 * static_cast<long>(Rounds)));
       Bytes Output(Plain.size());
-      ASSERT_TRUE(Svc().SvcAesCbcEncrypt(Place.Get(), Plain.data(), Plain.size(), Vector.data(), Output.data()));
+      ASSERT_TRUE(
+          Svc().SvcAesCbcEncrypt(Place.Get(), Plain.data(), Plain.size(), Vector.data(), Output.data()));
       EXPECT_EQ(Cbc(true, Context, Vector, Plain), Output);
       // Only the words in use are the library's; the rest of a shorter schedule stays as the caller left it.
       Bytes Fresh = MakeContext(Key);
@@ -208,17 +215,20 @@ TEST_F(AesTest, RefusalsWriteNothing) {
 // A key of 192 bits ends at its 24th byte, which lies at the end of readable memory here.
 TEST_F(AesTest, ReadsNoFurtherThanTheKey) {
   const UINTN Page = static_cast<UINTN>(sysconf(_SC_PAGESIZE));
-  auto *Pages = static_cast<UINT8 *>(mmap(nullptr, 2 * Page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  auto *Pages = static_cast<UINT8 *>(
+      mmap(nullptr, 2 * Page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
   ASSERT_NE(Pages, MAP_FAILED);
   ASSERT_EQ(mprotect(Pages + Page, Page, PROT_NONE), 0);
-  for (UINTN KeyLength : mKeyLengths) {
-    const Bytes Key = Pattern(KeyLength / 8);
-    UINT8 *Place = Pages + Page - Key.size();
-    std::copy(Key.begin(), Key.end(), Place);
-    Bytes Context(mContextSize);
-    EXPECT_TRUE(Svc().SvcAesInit(Context.data(), Place, KeyLength));
-    EXPECT_EQ(Context, MakeContext(Key));
-  }
+  OnEachProcessor([&] {
+    for (UINTN KeyLength : mKeyLengths) {
+      const Bytes Key = Pattern(KeyLength / 8);
+      UINT8 *Place = Pages + Page - Key.size();
+      std::copy(Key.begin(), Key.end(), Place);
+      Bytes Context(mContextSize);
+      EXPECT_TRUE(Svc().SvcAesInit(Context.data(), Place, KeyLength));
+      EXPECT_EQ(Context, MakeContext(Key));
+    }
+  });
   munmap(Pages, 2 * Page);
 }
 
@@ -232,10 +242,12 @@ TEST_F(AesTest, EcbHasNoUpperBound) {
   constexpr UINTN Size = (UINTN{1} << 31) + 16;
   const int File = memfd_create("ecb", 0);
   ASSERT_EQ(ftruncate(File, Piece), 0);
-  auto *Place = static_cast<UINT8 *>(mmap(nullptr, Piece * Pieces, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  auto *Place =
+      static_cast<UINT8 *>(mmap(nullptr, Piece * Pieces, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
   ASSERT_NE(Place, MAP_FAILED);
   for (UINTN Index = 0; Index < Pieces; Index++) {
-    ASSERT_NE(mmap(Place + Index * Piece, Piece, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, File, 0), MAP_FAILED);
+    ASSERT_NE(mmap(Place + Index * Piece, Piece, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, File, 0),
+              MAP_FAILED);
   }
   Bytes Context = MakeContext(Pattern(16));
   Bytes First(16);
@@ -276,12 +288,13 @@ TEST_F(AesTest, NoRoundKeyStaysOnTheStack) {
     // Round keys that no test code has on its stack: the second and the last of each schedule.
     const UINTN Places[] = {16, 224, 244 + 16, 244 + 208};
     for (bool Encrypt : {true, false}) {
-      (Encrypt ? Svc().SvcAesEcbEncrypt : Svc().SvcAesEcbDecrypt)(Context.data(), Input.data(), 512, Output.data());
+      (Encrypt ? Svc().SvcAesEcbEncrypt : Svc().SvcAesEcbDecrypt)(Context.data(), Input.data(), 512,
+                                                                  Output.data());
       for (UINTN Place : Places) {
         EXPECT_EQ(FindBelowStack(&Context[Place]), 0U) << "ECB, round key at " << Place;
       }
-      (Encrypt ? Svc().SvcAesCbcEncrypt : Svc().SvcAesCbcDecrypt)(Context.data(), Input.data(), 512, Input.data(),
-                                                                  Output.data());
+      (Encrypt ? Svc().SvcAesCbcEncrypt : Svc().SvcAesCbcDecrypt)(Context.data(), Input.data(), 512,
+                                                                  Input.data(), Output.data());
       for (UINTN Place : Places) {
         EXPECT_EQ(FindBelowStack(&Context[Place]), 0U) << "CBC, round key at " << Place;
       }

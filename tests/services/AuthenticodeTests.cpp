@@ -1,13 +1,13 @@
 // Signatures of PE images through slot 48.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/services/Der.h"
 #include "tests/services/TestFolder.h"
 #include "tests/support/Sweep.h"
 
 namespace {
-
-constexpr UINTN mTooLong = 0x80000000;
 
 // The driver's own image serves as the program to sign; NAME.sig is the message alone. osslsigncode puts the
 // intermediate in, the root stays outside.
@@ -155,10 +155,78 @@ TEST_F(AuthenticodeTest, OnlyAContentInfoIsTaken) {
     EXPECT_TRUE(Verify(Padded, "root", Digest)) << Count << " bytes behind";
     Padded.push_back(0);
   }
+  // The library parses both, but only two-byte lengths pass for a message.
+  const DerValue Outer = DerChildren(Signed)[0];
+  std::vector<DerValue> Fields = DerChildren(Outer.Content);
+  Bytes Inner = Fields[0].Encode();
+  const Bytes Field = Fields[1].Encode(3);
+  Inner.insert(Inner.end(), Field.begin(), Field.end());
+  EXPECT_TRUE(Verify(Outer.Encode(2), "root", Digest));
+  EXPECT_FALSE(Verify(Outer.Encode(3), "root", Digest));
+  EXPECT_FALSE(Verify(DerValue{0x30, Inner}.Encode(), "root", Digest));
   for (UINTN Size : {UINTN{0}, UINTN{1}, UINTN{17}, Signed.size() / 2, Signed.size() - 1}) {
     EXPECT_FALSE(
         Verify(Bytes(Signed.begin(), Signed.begin() + static_cast<std::ptrdiff_t>(Size)), "root", Digest));
   }
+}
+
+TEST_F(AuthenticodeTest, AMessageOf64KiBIsTooLong) {
+  const Bytes Signed = Signature("plain");
+  const Bytes Certificate = DerFind(Signed, {0, 1, 0, 3, 0}).Encode();
+  const auto WithCertificates = [&](UINTN Size) {
+    return DerEdit(Signed, {0, 1, 0, 3}, [&](DerValue &Value) {
+      while (Value.Content.size() + Certificate.size() < Size) {
+        Value.Content.insert(Value.Content.end(), Certificate.begin(), Certificate.end());
+      }
+    });
+  };
+  EXPECT_TRUE(Verify(WithCertificates(0xF800), "root", DigestOf(Signed)));
+  EXPECT_FALSE(Verify(WithCertificates(0x10800), "root", DigestOf(Signed)));
+}
+
+TEST_F(AuthenticodeTest, NoChangedSignedBitIsAccepted) {
+  const Bytes Signed = Signature("plain");
+  // The signer's certificate, the content behind its header, the attributes, and the signature.
+  std::vector<Bytes> Covered = {Cert("second"), DerChildren(DerFind(Signed, mContent).Content)[0].Content};
+  for (const DerValue &Field : DerChildren(DerFind(Signed, {0, 1, 0, 4, 0}).Content)) {
+    if (Field.Tag == 0xA0 || Field.Tag == 0x04) {
+      Covered.push_back(Field.Encode());
+    }
+  }
+  ASSERT_EQ(Covered.size(), 4U);
+  for (const Bytes &Part : Covered) {
+    const auto Begin = std::search(Signed.begin(), Signed.end(), Part.begin(), Part.end());
+    ASSERT_NE(Begin, Signed.end());
+    for (UINTN Place = 0; Place < Part.size(); Place += StrideOfBuild(7)) {
+      Bytes Changed = Signed;
+      Changed[static_cast<UINTN>(Begin - Signed.begin()) + Place] ^= static_cast<UINT8>(1 << Place % 8);
+      EXPECT_FALSE(Verify(Changed, "root", {})) << Place << " of " << Part.size();
+    }
+  }
+}
+
+// Refused before the message is verified: nothing is kept, and the digests of slot 33 are not registered.
+TEST_F(AuthenticodeTest, EarlyRefusalsLeaveNothingBehind) {
+  const Bytes Signed = Signature("plain");
+  const Bytes Digest = DigestOf(Signed);
+  const Bytes OtherType = DerEdit(Signed, mContentType, [&](DerValue &Value) { Value.Content[9]++; });
+  const Bytes Empty = DerValue{0x30, DerFind(Signed, {0, 0}).Encode()}.Encode();
+  const Bytes Sealed = TestPki().Make("openssl smime -encrypt -binary -aes128 -in root.der -outform DER "
+                                      "-out sealed.p7 second.pem",
+                                      "sealed.p7");
+  const Bytes Root = Cert("root");
+  const Bytes Long = Cert("sha384");
+  const auto LongPasses = [&] {
+    return Svc().SvcX509VerifyCert(Long.data(), Long.size(), Root.data(), Root.size());
+  };
+  ExpectRefusalKeepsNothing(Memory(), "type", [&] { return Verify(OtherType, "root", Digest); });
+  ExpectRefusalKeepsNothing(Memory(), "digest", [&] { return Verify(Signed, "root", Pattern(32)); });
+  for (const Bytes &Other : {Pattern(200), Empty, Sealed}) {
+    ExpectRefusalKeepsNothing(Memory(), "no signed data", [&] { return Verify(Other, "root", Digest); });
+  }
+  EXPECT_FALSE(LongPasses());
+  ExpectRefusalKeepsNothing(Memory(), "another root", [&] { return Verify(Signed, "other", Digest); });
+  EXPECT_TRUE(LongPasses());
 }
 
 TEST_F(AuthenticodeTest, RefusedArguments) {
@@ -171,10 +239,15 @@ TEST_F(AuthenticodeTest, RefusedArguments) {
   EXPECT_FALSE(Service(Signed.data(), Size, nullptr, Root.size(), Digest.data(), 32));
   EXPECT_FALSE(Service(Signed.data(), Size, Root.data(), Root.size(), nullptr, 32));
   EXPECT_FALSE(Service(Signed.data(), Size, Root.data(), Root.size(), nullptr, 0));
-  EXPECT_FALSE(Service(Signed.data(), mTooLong, Root.data(), Root.size(), Digest.data(), 32));
-  EXPECT_FALSE(Service(Signed.data(), Size, Root.data(), mTooLong, Digest.data(), 32));
-  EXPECT_FALSE(Service(Signed.data(), Size, Root.data(), Root.size(), Digest.data(), mTooLong));
-  EXPECT_FALSE(Service(Signed.data(), Size, Root.data(), Root.size(), Digest.data(), 0x7FFFFFFF));
+  for (UINTN Length : {UINTN{0}, UINTN{1}, UINTN{0x7FFFFFFF}, UINTN{0x80000000}, ~UINTN{0}}) {
+    // A certificate ends where its own lengths say, and so does a message.
+    const bool Answer = Length == 0x7FFFFFFF;
+    EXPECT_EQ(Service(Signed.data(), Length, Root.data(), Root.size(), Digest.data(), 32), Answer) << Length;
+    EXPECT_EQ(Service(Signed.data(), Size, Root.data(), Length, Digest.data(), 32), Answer) << Length;
+    // The first byte alone is not the last one of the content.
+    EXPECT_EQ(Service(Signed.data(), Size, Root.data(), Root.size(), Digest.data(), Length), Length == 0)
+        << Length;
+  }
 }
 
 TEST_F(AuthenticodeTest, EveryAllocationMayFail) {

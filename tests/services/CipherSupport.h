@@ -28,6 +28,19 @@ inline std::function<void(DriverSession &)> StartOn(const TestedProcessor &Proce
   };
 }
 
+class CipherTest : public DriverTest {
+protected:
+  // Runs Body in a fresh boot on each processor.
+  template <typename BODY> void OnEachProcessor(BODY Body) {
+    for (const TestedProcessor &Processor : mProcessors) {
+      SCOPED_TRACE(Processor.Name);
+      Options.Prepare = StartOn(Processor);
+      Reboot();
+      Body();
+    }
+  }
+};
+
 inline const UINT8 *DataOf(const Bytes &Data) {
   static const UINT8 Nothing = 0;
   return Data.empty() ? &Nothing : Data.data();

@@ -1,6 +1,8 @@
 // Signature checks over data lists through slots 0, 1 and 3, with the development keys in the store.
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include "tests/services/RsaTestKey.h"
 #include "tests/support/Sweep.h"
 
@@ -269,6 +271,24 @@ TEST_F(DataListTest, SurvivesEveryAllocationFailure) {
   Scenario.AfterSuccess = [&] { EXPECT_EQ(KeyValid, 1U); };
   Scenario.AfterFailure = [&] { EXPECT_EQ(KeyValid, mUnchanged); };
   SweepAllocations(Session(), Scenario);
+}
+
+// The four working buffers, the context, the components, and the verification.
+TEST_F(DataListTest, TheStepThatFailsDecidesTheAnswer) {
+  const Bytes Message = Pattern(100);
+  const Bytes Modulus = Reversed(Small.N());
+  const Bytes Signature = SignMessage(Svc(), Small, HASH_TYPE_SHA256, Message);
+  GrowHeapTable(Svc());
+  ASSERT_EQ(Verify({Message}, Modulus, Signature, HASH_TYPE_SHA256), EFI_SUCCESS);
+  const std::string Letters = LettersOfFailures(Memory(), [&] {
+    const EFI_STATUS Status = Verify({Message}, Modulus, Signature, HASH_TYPE_SHA256);
+    return Status == EFI_OUT_OF_RESOURCES     ? 'b'
+           : Status == EFI_NOT_READY          ? 'k'
+           : Status == EFI_SECURITY_VIOLATION ? 'v'
+           : Status == EFI_SUCCESS            ? '.'
+                                              : '?';
+  });
+  EXPECT_TRUE(std::regex_match(Letters, std::regex("b{5}k{4}v[v.]*"))) << Letters;
 }
 
 } // namespace

@@ -262,6 +262,11 @@ TEST_F(DhTest, EveryAllocationMayFail) {
                 Svc().SvcDhGenerateKey(Context, Buffer, &Size);
     Size = sizeof(Buffer);
     Done = Done && Svc().SvcDhComputeKey(Context, Value.data(), Value.size(), Buffer, &Size);
+    if (Done && !SetParameters(Context, mGroup1, 5)) {
+      Memory().ClearFailures();
+      EXPECT_EQ(PublicValue(Context), Bytes()) << "the old parameters are gone";
+      Done = false;
+    }
     Svc().SvcDhFree(Context);
     return Done;
   };

@@ -14,7 +14,9 @@ namespace {
 constexpr UINTN mContextSize = 288;
 constexpr HASH_TYPE mTypes[] = {HASH_TYPE_SHA1, HASH_TYPE_SHA256};
 
-UINTN MacSizeOf(HASH_TYPE Type) { return Type == HASH_TYPE_SHA1 ? 20 : 32; }
+UINTN MacSizeOf(HASH_TYPE Type) {
+  return Type == HASH_TYPE_SHA1 ? 20 : 32;
+}
 
 class HmacTest : public DriverTest {
 protected:
@@ -37,7 +39,8 @@ protected:
     GuardedBuffer Mac(20, Step % 5);
     EXPECT_TRUE(Svc().SvcHmacSha1Init(Context.Get(), Key.data(), Key.size()));
     for (UINTN Offset = 0; Offset < Data.size(); Offset += Step) {
-      EXPECT_TRUE(Svc().SvcHmacSha1Update(Context.Get(), Data.data() + Offset, std::min(Step, Data.size() - Offset)));
+      EXPECT_TRUE(
+          Svc().SvcHmacSha1Update(Context.Get(), Data.data() + Offset, std::min(Step, Data.size() - Offset)));
       EXPECT_TRUE(Svc().SvcHmacSha1Update(Context.Get(), nullptr, 0));
     }
     EXPECT_TRUE(Svc().SvcHmacSha1Final(Context.Get(), Mac.Get()));
@@ -65,7 +68,9 @@ TEST_F(HmacTest, KnownAnswers) {
   const Row Rows[] = {
       {Bytes(20, 0x0b), "Hi There", "b617318655057264e28bc0b6fb378c8ef146be00",
        "b0344c61d8db38535ca8afceaf0bf12b881dc200c9833da726e9376c2e32cff7"},
-      {{'J', 'e', 'f', 'e'}, "what do ya want for nothing?", "effcdf6ae5eb2fa2d27416d5f184df9c259a7c79",
+      {{'J', 'e', 'f', 'e'},
+       "what do ya want for nothing?",
+       "effcdf6ae5eb2fa2d27416d5f184df9c259a7c79",
        "5bdcc146bf60754e6a042426089575c75a003f089d2739839dec58b964ec3843"},
       {Bytes(20, 0xaa), std::string(50, '\xdd'), "125d7342b9ac11cd91a39af48aa17b4f63f175d3",
        "773ea91e36800e46854db8ebd09181a72959098b3ef8c122d9635514ced565fe"},
@@ -78,6 +83,32 @@ TEST_F(HmacTest, KnownAnswers) {
   }
 }
 
+// RFC 2104, section 2, around the digest service, at every size.
+TEST_F(HmacTest, EveryDataSizeEqualsTheDefinition) {
+  for (HASH_TYPE Type : mTypes) {
+    const Bytes Key = Pattern(33, 4);
+    for (UINTN DataSize = 1; DataSize <= 300; DataSize++) {
+      const Bytes Data = Pattern(DataSize, DataSize);
+      Bytes Inner(64, 0x36);
+      Bytes Outer(64, 0x5C);
+      for (UINTN Index = 0; Index < Key.size(); Index++) {
+        Inner[Index] ^= Key[Index];
+        Outer[Index] ^= Key[Index];
+      }
+      Inner.insert(Inner.end(), Data.begin(), Data.end());
+      const Bytes Hashed = Digest(Type, Inner);
+      Outer.insert(Outer.end(), Hashed.begin(), Hashed.end());
+      const Bytes Expected = Digest(Type, Outer);
+      ASSERT_EQ(Compute(Type, Key, Data), Expected) << DataSize;
+      if (Type == HASH_TYPE_SHA1) {
+        ASSERT_EQ(Stream(Key, Data, DataSize % 70 + 1), Expected) << DataSize;
+      }
+    }
+  }
+  // An empty message, which only the streaming services take; as the openssl command has it.
+  EXPECT_EQ(Stream(Bytes(20, 0x0b), {}, 1), FromHex("123fd78bda0100786ae86b76f50f01bd18e477f3"));
+}
+
 TEST_F(HmacTest, StreamingEqualsOneShotAtEveryKeyAndDataSize) {
   EXPECT_EQ(Svc().SvcHmacSha1GetContextSize(), mContextSize);
   for (UINTN KeySize : {1, 20, 63, 64, 65, 200}) {
@@ -86,7 +117,8 @@ TEST_F(HmacTest, StreamingEqualsOneShotAtEveryKeyAndDataSize) {
       const Bytes Data = Pattern(DataSize);
       const Bytes Expected = Compute(HASH_TYPE_SHA1, Key, Data);
       for (UINTN Step : {1, 64, 300}) {
-        EXPECT_EQ(Stream(Key, Data, Step), Expected) << KeySize << " key bytes, " << DataSize << " in steps of " << Step;
+        EXPECT_EQ(Stream(Key, Data, Step), Expected)
+            << KeySize << " key bytes, " << DataSize << " in steps of " << Step;
       }
     }
   }
@@ -100,7 +132,8 @@ TEST_F(HmacTest, ALongKeyIsReplacedByItsDigest) {
     Bytes Padded = Pattern(40, 4);
     const Bytes Short = Padded;
     Padded.resize(64);
-    EXPECT_EQ(Compute(Type, Short, Data), Compute(Type, Padded, Data)) << "64 bytes go into the block unchanged";
+    EXPECT_EQ(Compute(Type, Short, Data), Compute(Type, Padded, Data))
+        << "64 bytes go into the block unchanged";
   }
 }
 
@@ -147,6 +180,21 @@ TEST_F(HmacTest, AnIdleContextSwallowsCallsAndWritesNothing) {
       EXPECT_EQ(Result, Stream({Byte}, {}, 1));
     }
   }
+  EXPECT_EQ(LiveBlocks(), Live);
+}
+
+// A key of no bytes is a key, and Init does not look at what the context held.
+TEST_F(HmacTest, EmptyKeysAndAbandonedContexts) {
+  const UINT8 Byte = 0;
+  Bytes Context(mContextSize);
+  Bytes Mac(20);
+  ASSERT_TRUE(Svc().SvcHmacSha1Init(Context.data(), &Byte, 1));
+  ASSERT_TRUE(Svc().SvcHmacSha1Update(Context.data(), &Byte, 1));
+  const UINTN Live = LiveBlocks();
+  ASSERT_TRUE(Svc().SvcHmacSha1Init(Context.data(), &Byte, 0));
+  EXPECT_GT(LiveBlocks(), Live) << "the first life keeps its blocks";
+  ASSERT_TRUE(Svc().SvcHmacSha1Final(Context.data(), Mac.data()));
+  EXPECT_EQ(Mac, FromHex("fbdb1d1b18aa6c08324b7d64b71fb76370690e1d"));
   EXPECT_EQ(LiveBlocks(), Live);
 }
 
@@ -237,20 +285,29 @@ TEST_F(HmacTest, ScratchBuffersAreCountedAndWiped) {
     for (UINTN KeySize : {64, 65}) {
       const Bytes Key = Pattern(KeySize, 8);
       std::vector<std::pair<UINTN, bool>> Freed;
-      Memory().ObserveFree([&Freed](const Pool::Block &Block) {
+      const auto Observe = [&Freed](const Pool::Block &Block) {
         Freed.push_back({Block.Size, Bytes(Block.Address, Block.Address + Block.Size) == Bytes(Block.Size)});
-      });
+      };
+      Memory().ObserveFree(Observe);
       const UINTN Before = Memory().Calls();
       (void)Compute(Type, Key, Data);
       Memory().ObserveFree({});
       EXPECT_EQ(Memory().Calls() - Before, KeySize > 64 ? 10U : 8U);
-      std::vector<std::pair<UINTN, bool>> Expected = {{HashContext, false}, {HashContext, false}, {Size + 64, true},
-                                                      {64, true},           {Size, true},         {Data.size() + 64, true},
-                                                      {64, true},           {64, true}};
+      std::vector<std::pair<UINTN, bool>> Expected = {
+          {HashContext, false}, {HashContext, false},     {Size + 64, true}, {64, true},
+          {Size, true},         {Data.size() + 64, true}, {64, true},        {64, true}};
       if (KeySize > 64) {
         Expected.insert(Expected.begin(), {{HashContext, false}, {Size, false}});
       }
       EXPECT_EQ(Freed, Expected) << "type " << Type << ", " << KeySize << " key bytes";
+      // Verifying adds the MAC's own block, which goes back last and as it is.
+      Freed.clear();
+      Memory().ObserveFree(Observe);
+      EXPECT_EQ(Svc().SvcHmacVerify(Type, Key.data(), KeySize, Data.data(), Data.size(), Key.data(), 1),
+                EFI_SECURITY_VIOLATION);
+      Memory().ObserveFree({});
+      Expected.push_back({Size, false});
+      EXPECT_EQ(Freed, Expected) << "verifying, type " << Type << ", " << KeySize << " key bytes";
     }
   }
 }

@@ -61,11 +61,12 @@ private:
   AES_KEY Decryption_;
 };
 
-class LayeredTest : public DriverTest {
+class LayeredTest : public CipherTest {
 protected:
   Bytes Transform(const Bytes &Input, const Bytes &Key, UINTN Misalignment = 0) {
     GuardedBuffer Output(Input.size(), Misalignment);
-    EXPECT_EQ(Svc().SvcAesLayeredTransform(Output.Get(), Input.data(), Input.size(), Key.data(), 256), EFI_SUCCESS);
+    EXPECT_EQ(Svc().SvcAesLayeredTransform(Output.Get(), Input.data(), Input.size(), Key.data(), 256),
+              EFI_SUCCESS);
     EXPECT_TRUE(Output.OnlyWritten(Input.size()));
     return Output.Content();
   }
@@ -87,10 +88,7 @@ TEST_F(LayeredTest, KnownAnswersAndTheModelOnEachProcessor) {
       "233A16B17240AE3AE106C2EF2A27BD48B4",
       "69796546C54F8AC85BC31C51F950A7EE019629D837EC6A74B29DAD928B0F80220FEE797F5FD11831",
   };
-  for (const TestedProcessor &Processor : mProcessors) {
-    SCOPED_TRACE(Processor.Name);
-    Options.Prepare = StartOn(Processor);
-    Reboot();
+  OnEachProcessor([&] {
     for (const char *Answer : Answers) {
       const Bytes Expected = FromHex(Answer);
       EXPECT_EQ(Transform(Counting(Expected.size()), Counting(32)), Expected);
@@ -102,67 +100,76 @@ TEST_F(LayeredTest, KnownAnswersAndTheModelOnEachProcessor) {
       const Bytes Expected = Model.Transform(Input);
       ASSERT_EQ(Transform(Input, Key, Size % 16), Expected) << Size << " bytes";
       Bytes InPlace = Input;
-      ASSERT_EQ(Svc().SvcAesLayeredTransform(InPlace.data(), InPlace.data(), Size, Key.data(), 256), EFI_SUCCESS);
+      ASSERT_EQ(Svc().SvcAesLayeredTransform(InPlace.data(), InPlace.data(), Size, Key.data(), 256),
+                EFI_SUCCESS);
       ASSERT_EQ(InPlace, Expected) << Size << " bytes in place";
     }
     const Bytes Large = Pattern(70007);
     EXPECT_EQ(Transform(Large, Key), Model.Transform(Large));
-  }
+  });
 }
 
 TEST_F(LayeredTest, RefusalsLeaveTheOutput) {
-  const Bytes Key = Pattern(32);
-  struct Row {
-    bool Output, Input;
-    UINTN Size;
-    bool Key;
-    UINTN KeyLength;
-  };
-  const Row Rows[] = {
-      {true, false, 16, true, 256},          {true, true, 0, true, 256},  {false, true, 16, true, 256},
-      {true, true, 16, false, 256},          {true, true, 16, true, 128}, {true, true, 16, true, 192},
-      {true, true, 16, true, 32},            {true, true, 16, true, 0},   {true, true, 16, true, 0x100000100},
-      {true, true, 0x100000000, true, 256},  {true, true, 0x100000010, true, 256},
-      {true, true, ~UINTN{0}, true, 256},
-  };
-  const UINTN Allocations = Memory().Calls();
-  for (const Row &Case : Rows) {
-    GuardedBuffer Output(32);
-    EXPECT_EQ(Svc().SvcAesLayeredTransform(Case.Output ? Output.Get() : nullptr, Case.Input ? Key.data() : nullptr,
-                                           Case.Size, Case.Key ? Key.data() : nullptr, Case.KeyLength),
-              EFI_INVALID_PARAMETER)
-        << "row " << &Case - Rows;
-    EXPECT_TRUE(Output.Untouched());
-  }
-  EXPECT_EQ(Memory().Calls(), Allocations) << "a refusal allocates nothing";
+  OnEachProcessor([&] {
+    const Bytes Key = Pattern(32);
+    struct Row {
+      bool Output, Input;
+      UINTN Size;
+      bool Key;
+      UINTN KeyLength;
+    };
+    const Row Rows[] = {
+        {true, false, 16, true, 256},         {true, true, 0, true, 256},
+        {false, true, 16, true, 256},         {true, true, 16, false, 256},
+        {true, true, 16, true, 128},          {true, true, 16, true, 192},
+        {true, true, 16, true, 32},           {true, true, 16, true, 0},
+        {true, true, 16, true, 0x100000100},  {true, true, 0x100000000, true, 256},
+        {true, true, 0x100000010, true, 256}, {true, true, ~UINTN{0}, true, 256},
+    };
+    const UINTN Allocations = Memory().Calls();
+    for (const Row &Case : Rows) {
+      GuardedBuffer Output(32);
+      EXPECT_EQ(Svc().SvcAesLayeredTransform(Case.Output ? Output.Get() : nullptr,
+                                             Case.Input ? Key.data() : nullptr, Case.Size,
+                                             Case.Key ? Key.data() : nullptr, Case.KeyLength),
+                EFI_INVALID_PARAMETER)
+          << "row " << &Case - Rows;
+      EXPECT_TRUE(Output.Untouched());
+    }
+    EXPECT_EQ(Memory().Calls(), Allocations) << "a refusal allocates nothing";
+  });
 }
 
-// The context, the working buffer and one buffer for each pass, all wiped; in place, a failure leaves the input.
+// The context, the working buffer and one buffer for each pass, all wiped; in place, a failure leaves the
+// input.
 TEST_F(LayeredTest, BuffersAreCountedAndWipedAndEachMayFail) {
-  const Bytes Key = Pattern(32);
-  const Bytes Input = Pattern(100);
-  std::vector<UINTN> Freed;
-  Memory().ObserveFree([&Freed](const Pool::Block &Block) {
-    EXPECT_EQ(Bytes(Block.Address, Block.Address + Block.Size), Bytes(Block.Size)) << Block.Size << " bytes not wiped";
-    Freed.push_back(Block.Size);
-  });
-  const Bytes Expected = Transform(Input, Key);
-  std::sort(Freed.begin(), Freed.end());
-  EXPECT_EQ(Freed, (std::vector<UINTN>{100, 100, 100, 100, 488}));
+  OnEachProcessor([&] {
+    const Bytes Key = Pattern(32);
+    const Bytes Input = Pattern(100);
+    std::vector<UINTN> Freed;
+    Memory().ObserveFree([&Freed](const Pool::Block &Block) {
+      EXPECT_EQ(Bytes(Block.Address, Block.Address + Block.Size), Bytes(Block.Size))
+          << Block.Size << " bytes not wiped";
+      Freed.push_back(Block.Size);
+    });
+    const Bytes Expected = Transform(Input, Key);
+    std::sort(Freed.begin(), Freed.end());
+    EXPECT_EQ(Freed, (std::vector<UINTN>{100, 100, 100, 100, 488}));
 
-  Bytes InPlace;
-  SweepScenario Scenario;
-  Scenario.Name = "SvcAesLayeredTransform";
-  Scenario.Call = [&] {
-    InPlace = Input;
-    return Svc().SvcAesLayeredTransform(InPlace.data(), InPlace.data(), InPlace.size(), Key.data(), 256);
-  };
-  Scenario.Success = EFI_SUCCESS;
-  Scenario.Failures = {EFI_OUT_OF_RESOURCES};
-  Scenario.AfterSuccess = [&] { EXPECT_EQ(InPlace, Expected); };
-  Scenario.AfterFailure = [&] { EXPECT_EQ(InPlace, Input); };
-  EXPECT_EQ(SweepAllocations(Session(), Scenario), 5U);
-  Memory().ObserveFree({});
+    Bytes InPlace;
+    SweepScenario Scenario;
+    Scenario.Name = "SvcAesLayeredTransform";
+    Scenario.Call = [&] {
+      InPlace = Input;
+      return Svc().SvcAesLayeredTransform(InPlace.data(), InPlace.data(), InPlace.size(), Key.data(), 256);
+    };
+    Scenario.Success = EFI_SUCCESS;
+    Scenario.Failures = {EFI_OUT_OF_RESOURCES};
+    Scenario.AfterSuccess = [&] { EXPECT_EQ(InPlace, Expected); };
+    Scenario.AfterFailure = [&] { EXPECT_EQ(InPlace, Input); };
+    EXPECT_EQ(SweepAllocations(Session(), Scenario), 5U);
+    Memory().ObserveFree({});
+  });
 }
 
 } // namespace

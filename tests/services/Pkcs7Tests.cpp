@@ -73,6 +73,19 @@ protected:
                                 Content.size());
   }
 
+  // Whether slot 32 gives a list, which is released.
+  bool Answers(const Bytes &Signed) {
+    SIGNER_CERT_LIST *List = nullptr;
+    UINT8 *First = nullptr;
+    UINTN ListSize = 0;
+    UINTN FirstSize = 0;
+    const bool Answer =
+        Svc().SvcPkcs7GetSigners(Signed.data(), Signed.size(), &List, &ListSize, &First, &FirstSize);
+    Svc().SvcPkcs7FreeSigners(List);
+    Svc().SvcPkcs7FreeSigners(First);
+    return Answer;
+  }
+
   // The results, released; checks that a refusal stores nothing.
   SignerResult Signers(const Bytes &Signed) {
     UINT8 Mark = 0;
@@ -196,30 +209,81 @@ TEST_F(Pkcs7Test, SignersAreListedFromTheLastToTheFirst) {
   Svc().SvcPkcs7FreeSigners(nullptr);
 }
 
+const std::vector<UINTN> mSigners = {0, 1, 0, 4};
+
+// Count copies of the message's first SignerInfo; Short ones have only what leads to the certificate.
+Bytes WithSigners(const Bytes &Signed, int Count, bool Short) {
+  return DerEdit(Signed, mSigners, [&](DerValue &Value) {
+    DerValue One = DerChildren(Value.Content)[0];
+    if (Short) {
+      std::vector<DerValue> Fields = DerChildren(One.Content);
+      Fields.resize(5);
+      Fields[4] = {0x04, {}};
+      Fields[3] = Fields[2];
+      One.Content = DerJoin(Fields);
+    }
+    Value.Content = DerJoin(std::vector<DerValue>(static_cast<UINTN>(Count), One));
+  });
+}
+
 TEST_F(Pkcs7Test, TheCountOfSignersIsOneByte) {
-  const std::vector<UINTN> Infos = {0, 1, 0, 4};
-  const Bytes Many = DerEdit(Message("second"), Infos, [](DerValue &Value) {
-    const Bytes One = Value.Content;
-    for (int Count = 1; Count < 257; Count++) {
-      Value.Content.insert(Value.Content.end(), One.begin(), One.end());
-    }
-  });
-  EXPECT_FALSE(Signers(Many).Answer) << "too long for two-byte lengths";
-  // Short SignerInfos: only issuer and serial number count here.
-  const Bytes Short = DerEdit(Message("second"), Infos, [](DerValue &Value) {
-    std::vector<DerValue> Fields = DerChildren(DerChildren(Value.Content)[0].Content);
-    Fields.erase(Fields.begin() + 3);
-    Fields[4].Content.clear();
-    const Bytes One = DerValue{0x30, DerJoin(Fields)}.Encode();
-    Value.Content.clear();
-    for (int Count = 0; Count < 257; Count++) {
-      Value.Content.insert(Value.Content.end(), One.begin(), One.end());
-    }
-  });
-  const SignerResult Result = Signers(Short);
+  EXPECT_FALSE(Signers(WithSigners(Message("second"), 257, false)).Answer) << "too long for two-byte lengths";
+  const SignerResult Result = Signers(WithSigners(Message("noattr"), 257, true));
   ASSERT_TRUE(Result.Answer);
   EXPECT_EQ(Result.List[0], 1);
   EXPECT_EQ(Result.List.size(), 1 + 257 * (4 + Cert("second").size()));
+}
+
+TEST_F(Pkcs7Test, SignersNamedOverAndOverAreRefused) {
+  // With one certificate in the message.
+  EXPECT_TRUE(Verify(WithSigners(Message("noattr"), 128, false), Cert("root"), Data()));
+  EXPECT_FALSE(Verify(WithSigners(Message("noattr"), 129, false), Cert("root"), Data()));
+
+  // A certificate of some 30 KB: its subject's attribute many times.
+  const Bytes Large = DerEdit(Message("noattr"), {0, 1, 0, 3, 0, 0, 5, 0}, [](DerValue &Value) {
+    Value.Content = DerJoin(std::vector<DerValue>(2000, DerChildren(Value.Content)[0]));
+  });
+  const UINTN LiveBefore = Memory().Figures().LiveBytes;
+  EXPECT_TRUE(Signers(WithSigners(Large, 100, true)).Answer);
+  EXPECT_FALSE(Answers(WithSigners(Large, 300, true)));
+  EXPECT_LT(Memory().Figures().PeakBytes - LiveBefore, UINTN{16} << 20);
+}
+
+TEST_F(Pkcs7Test, BombsAreAnsweredQuicklyAndInLittleMemory) {
+  Bytes Nested(65000, 0x30);
+  for (UINTN Place = 1; Place < Nested.size(); Place += 2) {
+    Nested[Place] = 0x80;
+  }
+  const Bytes Good = Message("second");
+  const auto Inside = [](const Bytes &Signed, const std::vector<UINTN> &Path, const Bytes &Content) {
+    return DerEdit(Signed, Path, [&](DerValue &Value) { Value.Content = Content; });
+  };
+  const Bytes Attribute = FromHex("300a 0603550403 3103 020101");
+  Bytes Attributes;
+  for (int Count = 0; Count < 5000; Count++) {
+    Attributes.insert(Attributes.end(), Attribute.begin(), Attribute.end());
+    Attributes.back() = static_cast<UINT8>(5000 - Count);
+  }
+  const Bytes Certificate = DerFind(Good, {0, 1, 0, 3, 0}).Encode();
+  Bytes Certificates;
+  while (Certificates.size() < 60000) {
+    Certificates.insert(Certificates.end(), Certificate.begin(), Certificate.end());
+  }
+  const Bytes Hostile[] = {
+      Nested,
+      Inside(Message("embedded"), {0, 1, 0, 2, 1}, Bytes(Nested.begin() + 4000, Nested.end())),
+      Inside(Good, {0, 1, 0, 4, 0, 3}, Attributes),
+      Inside(Good, {0, 1, 0, 3}, Certificates),
+  };
+  for (const Bytes &Bomb : Hostile) {
+    const UINTN LiveBefore = Memory().Figures().LiveBytes;
+    const std::clock_t Begin = std::clock();
+    Signers(Bomb);
+    const bool Repeated = &Bomb == &Hostile[3];
+    EXPECT_EQ(Verify(Bomb, Cert("root"), Data()), Repeated) << "the same certificate many times does no harm";
+    EXPECT_LT(static_cast<double>(std::clock() - Begin) / CLOCKS_PER_SEC, TestsImage() ? 2 : 10);
+    EXPECT_LT(Memory().Figures().PeakBytes - LiveBefore, UINTN{16} << 20);
+  }
 }
 
 TEST_F(Pkcs7Test, TheCallersDataIsWhatCounts) {
@@ -260,6 +324,56 @@ TEST_F(Pkcs7Test, AMessageNamesAtMostSixteenDigests) {
   EXPECT_FALSE(Verify(Md4, Cert("root"), Data()));
 }
 
+// Another name in place of a digest's, which no signature covers: the list of all takes the names of
+// signatures too, a signer's entry does not.
+TEST_F(Pkcs7Test, DigestsHaveOtherNamesToo) {
+  const std::vector<UINTN> Listed = {0, 1, 0, 1, 0, 0};
+  const std::vector<UINTN> OfSigner = {0, 1, 0, 4, 0, 2, 0};
+  const struct {
+    const char *Message;
+    const std::vector<UINTN> &Place;
+    const char *Oid;
+    bool Answer;
+  } Rows[] = {
+      {"md-sha1", Listed, "2B0E03021A", true},          // sha1
+      {"md-sha1", Listed, "2B0E03021D", true},          // sha1WithRSA, the alias
+      {"md-sha1", Listed, "2A864886F70D010105", true},  // sha1WithRSAEncryption
+      {"md-sha1", Listed, "608648016503040201", false}, // sha256: the signer's is not listed
+      {"second", OfSigner, "608648016503040201", true},
+      {"second", OfSigner, "2A864886F70D01010B", false}, // sha256WithRSAEncryption
+      {"second", OfSigner, "2B0E03021A", false},
+  };
+  for (const auto &Row : Rows) {
+    const Bytes Edited =
+        DerEdit(Message(Row.Message), Row.Place, [&](DerValue &Value) { Value.Content = FromHex(Row.Oid); });
+    EXPECT_EQ(Verify(Edited, Cert("root"), Data()), Row.Answer) << Row.Message << ", " << Row.Oid;
+  }
+}
+
+TEST_F(Pkcs7Test, RefusalsKeepNothing) {
+  const Bytes Root = Cert("root");
+  const Bytes Content = Data();
+  const Bytes Garbage = Pattern(200);
+  const struct {
+    const char *What;
+    Bytes Signed, Trusted;
+    const Bytes &Data;
+  } Rows[] = {{"other data", Message("two"), Root, Garbage},
+              {"another root", Message("chain"), Cert("other"), Content},
+              {"a trusted certificate that is none", Message("second"), Garbage, Content},
+              {"an EC signer", Message("ec"), Root, Content},
+              {"no certificate of the signer", Message("nocerts"), Root, Content},
+              {"no signer", Message("certs"), Root, Content},
+              {"another content type", Message("enveloped"), Root, Content},
+              {"no message", Garbage, Root, Content}};
+  for (const auto &Row : Rows) {
+    ExpectRefusalKeepsNothing(Memory(), Row.What, [&] { return Verify(Row.Signed, Row.Trusted, Row.Data); });
+  }
+  for (UINTN Row : {4, 5, 6, 7}) {
+    ExpectRefusalKeepsNothing(Memory(), Rows[Row].What, [&] { return Signers(Rows[Row].Signed).Answer; });
+  }
+}
+
 TEST_F(Pkcs7Test, RefusedArguments) {
   const Bytes Good = Message("second");
   const Bytes Root = Cert("root");
@@ -295,6 +409,15 @@ TEST_F(Pkcs7Test, RefusedArguments) {
   EXPECT_FALSE(Service(Good.data(), 0x80000000, &List, &ListSize, &First, &FirstSize));
   EXPECT_FALSE(Service(Good.data(), 0, &List, &ListSize, &First, &FirstSize));
   EXPECT_TRUE(List == &Mark && First == &Mark && ListSize == mUnchanged && FirstSize == mUnchanged);
+}
+
+TEST_F(Pkcs7Test, NoCutMessageIsAccepted) {
+  const Bytes Good = Message("noattr");
+  for (UINTN Size = 0; Size < Good.size(); Size += StrideOfBuild(7)) {
+    const Bytes Cut(Good.data(), Good.data() + Size);
+    EXPECT_FALSE(Verify(Cut, Cert("root"), Data())) << Size;
+    EXPECT_FALSE(Signers(Cut).Answer) << Size;
+  }
 }
 
 TEST_F(Pkcs7Test, NoChangedSignedByteIsAccepted) {

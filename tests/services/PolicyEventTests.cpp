@@ -143,6 +143,20 @@ TEST_F(PolicyEventTest, DeferredEventsTravelOnceAsTexts) {
   EXPECT_EQ(Sent().size(), std::size(Rows)) << "each event travels once";
 }
 
+TEST_F(PolicyEventTest, AChannelWithoutInterfaceIsNone) {
+  PolicyPlatform Platform;
+  Platform.Channel = false;
+  Start(Platform);
+  const EFI_HANDLE Empty = Boot().Firmware().Handles.InstallHost(mEfiSmmCommunicationProtocolGuid, nullptr);
+  EXPECT_EQ(Report(2), EFI_SUCCESS);
+  EXPECT_EQ(Memory().Figures().LiveBlocks, 1U) << "deferred";
+  EXPECT_TRUE(Boot().Step([&] { Boot().Firmware().SignalReadyToBoot(); }));
+  Boot().Firmware().Handles.UninstallHost(Empty, mEfiSmmCommunicationProtocolGuid);
+  InstallChannelProtocol();
+  AnnounceChannel(Boot().Firmware());
+  EXPECT_EQ(Sent().size(), 1U);
+}
+
 TEST_F(PolicyEventTest, AnAnswerToADeferredEventIsRemembered) {
   PolicyPlatform Platform;
   Platform.Channel = false;

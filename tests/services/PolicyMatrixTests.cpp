@@ -159,6 +159,7 @@ std::vector<Row> RecordKinds() {
   AddPlain("kind 2 with reason 0", {0, 2, "Required"});
   AddPlain("kind 2 with reason 8", {8, 2, ""});
   AddPlain("a name without NUL", {2, 0, std::string(96, 'N')});
+  AddPlain("a name without NUL before kind 2", {2, 2, std::string(96, 'N')});
   AddPlain("a name beyond ASCII", {2, 0, "caf\xE9 \x80\xFF"});
   Add("cut within the name", Cut({5, 2, "Module-Name"}, 10), {5, 0, "Module"});
   Add("cut behind the name", Cut({5, 2, "Module-Name"}, 100), {5, 0, "Module-Name"});
@@ -179,6 +180,12 @@ std::vector<Row> RecordKinds() {
         std::vector<UINT8> Body(16);
         std::memcpy(Body.data(), &mPolicyViolationHobGuid, 16);
         List.AddRaw(EFI_HOB_TYPE_RESOURCE_DESCRIPTOR, Body);
+        Recorded({2, 0, "ABC"})(List);
+      },
+      {2, 0, "ABC"});
+  Add("behind a block that is all header",
+      [](HobList &List) {
+        List.AddRaw(EFI_HOB_TYPE_UNUSED, {});
         Recorded({2, 0, "ABC"})(List);
       },
       {2, 0, "ABC"});

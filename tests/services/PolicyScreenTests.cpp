@@ -150,14 +150,19 @@ TEST(PolicyScreenTest, TheFirstListOfTheDriversNameIsRead) {
   const PolicyViolation Violation = {4, 0, "ABC"};
   PolicyPlatform Platform = ViolatedPlatform("de-DE");
   Platform.Blocks = Recorded(Violation);
-  const PolicyOutcome Outcome = PolicyBoot(Platform).Run([&](DriverSession &Starting) {
-    Register(Starting, PackageList({1, 2, 3, {4}}, {StringPackage("de-DE", Texts)}));
-    Register(Starting, PackageList({5, 6, 7, {8}}, {}));
-    Register(Starting, PackageList(mListGuid, {StringPackage("en-US", Texts)}));
-  });
-  const PolicyOutcome Wanted = {PolicyEnd::Start,
-                                MessageDialog::Screen{u"Title", {u"Three", u"Four", u"ABC"}}};
-  EXPECT_EQ(Outcome, Wanted);
+  // When its probe or its reading fails, the title comes from the list behind it, the driver's own.
+  for (UINTN FailingExport : {0, 5, 6}) {
+    const PolicyOutcome Outcome = PolicyBoot(Platform).Run([&](DriverSession &Starting) {
+      Register(Starting, PackageList({1, 2, 3, {4}}, {StringPackage("de-DE", Texts)}));
+      Register(Starting, PackageList({5, 6, 7, {8}}, {}));
+      Register(Starting, PackageList(mListGuid, {StringPackage("en-US", Texts)}));
+      if (FailingExport != 0) {
+        Starting.Firmware().Hii.ExportPackageListsCalls.FailAt(FailingExport, EFI_NOT_FOUND);
+      }
+    });
+    const std::u16string Title = FailingExport == 0 ? u"Title" : MessageText("de-DE", 2);
+    EXPECT_EQ(Outcome, (PolicyOutcome{PolicyEnd::Start, {{Title, {u"Three", u"Four", u"ABC"}}}}));
+  }
 }
 
 // Firmware members that answer what no honest firmware does.
@@ -189,6 +194,15 @@ EFI_STATUS EFIAPI Export(const EFI_HII_DATABASE_PROTOCOL *, EFI_HII_HANDLE, UINT
                          EFI_HII_PACKAGE_LIST_HEADER *Buffer) {
   return Answer(Size, Buffer);
 }
+// Nineteen bytes of a list of the driver's.
+EFI_STATUS EFIAPI ExportShort(const EFI_HII_DATABASE_PROTOCOL *, EFI_HII_HANDLE, UINTN *Size,
+                              EFI_HII_PACKAGE_LIST_HEADER *Buffer) {
+  if (Buffer != nullptr) {
+    std::memcpy(Buffer, &mListGuid, sizeof(mListGuid));
+  }
+  *Size = 19;
+  return Buffer != nullptr ? EFI_SUCCESS : EFI_BUFFER_TOO_SMALL;
+}
 EFI_STATUS EFIAPI Languages(const EFI_HII_STRING_PROTOCOL *, EFI_HII_HANDLE, CHAR8 *Buffer, UINTN *Size) {
   return Answer(Size, Buffer);
 }
@@ -216,7 +230,7 @@ TEST(PolicyScreenTest, EverySizeAHostileFirmwareCanName) {
     UINTN Needed, Written, Said;
   };
   const Row Rows[] = {
-      {0, 0, 0},      {1, 1, 1}, {12, 12, 12},  {19, 19, 19},      {20, 4, 4},
+      {0, 0, 0},      {1, 1, 1}, {12, 12, 12},  {19, 19, 19},      {20, 4, 4},         {24, 8, 24},
       {40, 0, ~0ULL}, {3, 3, 4}, {~0ULL, 0, 0}, {~0ULL - 8, 0, 0}, {1ULL << 40, 0, 0},
   };
   for (const Row &Case : Rows) {
@@ -245,6 +259,10 @@ TEST(PolicyScreenTest, AProbeAnsweredWithSuccessEndsItsLookup) {
     return PolicyBoot(ViolatedPlatform("fr-FR")).Run(Spoil).Screen;
   };
   const std::optional<MessageDialog::Screen> Mute = MuteFullScreen(mViolation);
+  EXPECT_EQ(
+      Show([](DriverSession &S) { S.Firmware().Hii.Database.ExportPackageLists = Hostile::ExportShort; }),
+      Mute)
+      << "a list without its whole header is none";
   EXPECT_EQ(
       Show([](DriverSession &S) { S.Firmware().Hii.Database.ListPackageLists = Hostile::SucceedAtOnce; }),
       Mute);
@@ -321,6 +339,7 @@ TEST(PolicyScreenTest, SweepOfARecordedViolation) {
     PolicyPlatform Platform = ViolatedPlatform("fr-FR");
     Platform.Display = Display;
     UINTN Allocations = 0;
+    UINTN Screenless = 0;
     for (UINTN Number = 0; Number <= Allocations; Number++) {
       for (bool Persistently : {false, true}) {
         if (Persistently && Display != DisplayTime::AtStart) {
@@ -342,6 +361,7 @@ TEST(PolicyScreenTest, SweepOfARecordedViolation) {
         EXPECT_EQ(Outcome.End, Display == DisplayTime::AtStart ? PolicyEnd::Start : PolicyEnd::EarlyDisplay);
         if (!Outcome.Screen) {
           EXPECT_NE(Number, 0U);
+          Screenless += Persistently ? 0 : 1;
           continue;
         }
         const auto &Lines = Outcome.Screen->Lines;
@@ -354,8 +374,19 @@ TEST(PolicyScreenTest, SweepOfARecordedViolation) {
         EXPECT_TRUE(IsPartOf(Lines.back(), u"ABC"));
       }
     }
+    EXPECT_EQ(Screenless, 2U) << "only the list and the table of lines are needed";
   }
   std::cout << "swept " << Swept << " boots\n";
+}
+
+// As without a dialog: the boot halts, and nothing is called.
+TEST(PolicyScreenTest, ADialogWithoutInterfaceIsNone) {
+  PolicyPlatform Platform = ViolatedPlatform();
+  Platform.Dialog = false;
+  const PolicyOutcome Outcome = PolicyBoot(Platform).Run([](DriverSession &Starting) {
+    Starting.Firmware().Handles.InstallHost(mMessageDialogProtocolGuid, nullptr);
+  });
+  EXPECT_EQ(Outcome, (PolicyOutcome{PolicyEnd::Start, {}}));
 }
 
 bool QueuedRan;

@@ -1,6 +1,8 @@
 // RSA encryption and decryption with raw keys through slots 60 and 61.
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include "tests/services/RsaTestKey.h"
 #include "tests/support/Sweep.h"
 
@@ -256,6 +258,28 @@ TEST_F(RsaRawKeyTest, SurvivesEveryAllocationFailure) {
   Scenario.Name = "SvcRsaPrivateDecrypt";
   Scenario.Call = [&] { return Status = Decrypt(Ciphertext, Small.N(), Small.Components[RsaKeyD]); };
   SweepAllocations(Session(), Scenario);
+}
+
+// The context, the components (each a number and its digits), the result block, and the operation.
+TEST_F(RsaRawKeyTest, TheStepThatFailsDecidesTheAnswer) {
+  ASSERT_EQ(Encrypt(Pattern(20), Small.N()), EFI_SUCCESS);
+  const Bytes Ciphertext = Result();
+  GrowHeapTable(Svc());
+  const auto Letter = [&](EFI_STATUS Status) {
+    const bool Untouched = Output == Foreign() && OutputSize == mUnchanged;
+    return Status == EFI_SUCCESS                                                      ? '.'
+           : Status == EFI_OUT_OF_RESOURCES && Untouched                              ? 'c'
+           : Status == EFI_DEVICE_ERROR && Untouched                                  ? 'k'
+           : Status == EFI_OUT_OF_RESOURCES && Output == nullptr && OutputSize == 64U ? 'b'
+           : Status == EFI_DEVICE_ERROR && Nothing()                                  ? 'o'
+                                                                                      : '?';
+  };
+  const std::string Encryption =
+      LettersOfFailures(Memory(), [&] { return Letter(Encrypt(Pattern(20), Small.N())); });
+  EXPECT_TRUE(std::regex_match(Encryption, std::regex("ck{4}bo[o.]*"))) << Encryption;
+  const std::string Decryption = LettersOfFailures(
+      Memory(), [&] { return Letter(Decrypt(Ciphertext, Small.N(), Small.Components[RsaKeyD])); });
+  EXPECT_TRUE(std::regex_match(Decryption, std::regex("ck{6}bo[o.]*"))) << Decryption;
 }
 
 } // namespace

@@ -15,6 +15,20 @@ constexpr RSA_KEY_TAG mAllTags[] = {RsaKeyN, RsaKeyE,  RsaKeyD,  RsaKeyP,
 constexpr UINTN mTooLong = 0x80000000;
 constexpr UINTN mUnchanged = 7777;
 
+// Of two numbers of the same length, with a byte more when it needs one.
+Bytes Sum(Bytes Number, const Bytes &Other) {
+  UINT32 Carry = 0;
+  for (UINTN Index = Number.size(); Index-- != 0;) {
+    Carry += Number[Index] + Other[Index];
+    Number[Index] = static_cast<UINT8>(Carry);
+    Carry >>= 8;
+  }
+  if (Carry != 0) {
+    Number.insert(Number.begin(), static_cast<UINT8>(Carry));
+  }
+  return Number;
+}
+
 class RsaTest : public DriverTest {
 protected:
   RsaTest() { LibraryKeepsBlocks = true; }
@@ -97,7 +111,6 @@ TEST_F(RsaTest, RefusedSettingsChangeNothing) {
 }
 
 TEST_F(RsaTest, ReadingAnswersByItsSizeProtocol) {
-  const Bytes Zero;
   ASSERT_TRUE(Svc().SvcRsaSetKey(Context, RsaKeyE, Small.N().data(), 0)) << "a value of no bytes is zero";
   ASSERT_TRUE(Set(RsaKeyN, Large.N()));
   struct Row {
@@ -152,6 +165,12 @@ TEST_F(RsaTest, SigningAnswersInTheOrderOfItsTests) {
     EXPECT_EQ(Size, Case.SizeAfter) << Case.DigestSize << ", " << Case.Size;
   }
   SetAll(Large, {RsaKeyD});
+  Size = 0;
+  EXPECT_FALSE(Svc().SvcRsaPkcs1Sign(Context, nullptr, 32, nullptr, &Size));
+  EXPECT_EQ(Size, 0U) << "without a digest it is no query";
+  Size = 300;
+  EXPECT_FALSE(Svc().SvcRsaPkcs1Sign(Context, Digest.data(), 32, nullptr, &Size));
+  EXPECT_EQ(Size, 300U) << "room, but nowhere";
   Size = mUnchanged;
   EXPECT_FALSE(Svc().SvcRsaPkcs1Sign(nullptr, Digest.data(), 32, Buffer.Get(), &Size));
   EXPECT_FALSE(Svc().SvcRsaPkcs1Sign(Context, nullptr, 32, Buffer.Get(), &Size));
@@ -219,6 +238,13 @@ TEST_F(RsaTest, SignsWithEveryCompleteSetOfComponents) {
     SetAll(Medium, Case.Tags);
     EXPECT_EQ(Sign(Digest), Case.Enough ? Expected : Bytes()) << "row " << &Case - Rows;
   }
+  // The inverse plus p is one as well, but wider than p: the key then signs by n, e and d.
+  SetAll(Medium, {RsaKeyN, RsaKeyE, RsaKeyD, RsaKeyP, RsaKeyQ, RsaKeyDp, RsaKeyDq});
+  ASSERT_TRUE(Set(RsaKeyQInv, Sum(Medium.Components[RsaKeyQInv], Medium.Components[RsaKeyP])));
+  EXPECT_EQ(Sign(Digest), Expected);
+  ASSERT_TRUE(Set(RsaKeyQInv, Medium.N()));
+  EXPECT_EQ(Sign(Digest), Expected) << "also an inverse of another number, when it is wider than p";
+  Svc().SvcRsaFree(nullptr);
 }
 
 TEST_F(RsaTest, VerificationRefusesEverythingButTheSignature) {
@@ -245,14 +271,7 @@ TEST_F(RsaTest, VerificationRefusesEverythingButTheSignature) {
   EXPECT_FALSE(Verify(Digest, Longer));
   EXPECT_FALSE(Verify(Digest, Bytes(Signature.begin(), Signature.end() - 1)));
   // The same residue, one modulus higher.
-  Bytes Higher = Signature;
-  UINT32 Carry = 0;
-  for (UINTN Index = Higher.size(); Index-- != 0;) {
-    Carry += Higher[Index] + Small.N()[Index];
-    Higher[Index] = static_cast<UINT8>(Carry);
-    Carry >>= 8;
-  }
-  EXPECT_FALSE(Verify(Digest, Higher));
+  EXPECT_FALSE(Verify(Digest, Sum(Signature, Small.N())));
 
   const CRYPTO_SERVICES_PROTOCOL &Table = Svc();
   EXPECT_FALSE(Table.SvcRsaPkcs1Verify(nullptr, Digest.data(), 32, Signature.data(), Signature.size()));
@@ -469,13 +488,18 @@ TEST_F(RsaTest, SurvivesEveryAllocationFailure) {
   Scenario.AfterSuccess = [&] { Svc().SvcRsaFree(Made); };
   EXPECT_EQ(SweepAllocations(Session(), Scenario), 1U);
 
+  // A value that was there before is gone after a failure too.
+  ASSERT_TRUE(Set(RsaKeyN, {9}));
   Scenario.Name = "SvcRsaSetKey and SvcRsaGetKey";
   Scenario.Call = [&]() -> UINT64 { return Set(RsaKeyN, Medium.N()); };
   Scenario.AfterSuccess = [&] {
     EXPECT_EQ(Get(RsaKeyN), Medium.N());
-    ASSERT_TRUE(Clear(RsaKeyN));
+    ASSERT_TRUE(Set(RsaKeyN, {9}));
   };
-  Scenario.AfterFailure = [&] { EXPECT_EQ(Get(RsaKeyN), Bytes()); };
+  Scenario.AfterFailure = [&] {
+    EXPECT_EQ(Get(RsaKeyN), Bytes());
+    ASSERT_TRUE(Set(RsaKeyN, {9}));
+  };
   EXPECT_GE(SweepAllocations(Session(), Scenario), 2U);
 
   // Setting a component drops the library's key, so that each call builds it anew.

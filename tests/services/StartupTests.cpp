@@ -33,6 +33,8 @@ TEST_F(StartupTest, PublishesSixtyTwoEntriesOnOneHandle) {
   EFI_GUID Protocol = mCryptoServicesProtocolGuid;
   ASSERT_EQ(Firmware().BootServices()->LocateProtocol(&Protocol, nullptr, &Interface), EFI_SUCCESS);
   ASSERT_EQ(Interface, Session().Raw());
+  VOID *OnImage = nullptr;
+  EXPECT_EQ(Firmware().Handles.OnHandle(Firmware().ImageHandle(), &Protocol, &OnImage), EFI_UNSUPPORTED);
   for (UINTN Slot = 0; Slot < CRYPTO_SERVICES_SLOT_COUNT; Slot++) {
     UINT64 Code = 0;
     std::memcpy(&Code, static_cast<const UINT8 *>(Interface) + Slot * sizeof(Code), sizeof(Code));

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,25 +21,29 @@ protected:
     if (Taken.size() == 1 && Taken[0].find(Part) != std::string::npos) {
       return testing::AssertionSuccess();
     }
-    testing::AssertionResult Failure = testing::AssertionFailure() << "wanted \"" << Part << "\", got:";
-    for (const std::string &Text : Taken) {
-      Failure << "\n  " << Text;
-    }
-    return Failure;
+    return testing::AssertionFailure() << "wanted \"" << Part << "\", got " << testing::PrintToString(Taken);
   }
 
-  // An event whose notification appends the text at its context to Trace.
-  EFI_EVENT MakeTracer(EFI_TPL Tpl, const char *Text, const EFI_GUID *Group = nullptr) {
+  // An event whose notification runs Body.
+  EFI_EVENT MakeEvent(EFI_TPL Tpl, std::function<void()> Body, const EFI_GUID *Group = nullptr) {
+    const EFI_EVENT_NOTIFY Run = [](EFI_EVENT, VOID *Context)
+                                     EFIAPI { (*static_cast<std::function<void()> *>(Context))(); };
     EFI_EVENT Event = nullptr;
-    EXPECT_EQ(Boot->CreateEventEx(EVT_NOTIFY_SIGNAL, Tpl, AppendToTrace, Text, Group, &Event), EFI_SUCCESS);
+    Bodies_.push_back(std::move(Body));
+    EXPECT_EQ(Boot->CreateEventEx(EVT_NOTIFY_SIGNAL, Tpl, Run, &Bodies_.back(), Group, &Event), EFI_SUCCESS);
     return Event;
   }
 
-  static VOID EFIAPI AppendToTrace(EFI_EVENT, VOID *Context) { Trace += static_cast<const char *>(Context); }
+  // An event whose notification appends Text to Trace.
+  EFI_EVENT MakeTracer(EFI_TPL Tpl, const char *Text, const EFI_GUID *Group = nullptr) {
+    return MakeEvent(
+        Tpl, [this, Text] { Trace += Text; }, Group);
+  }
 
-  void SetUp() override { Trace.clear(); }
-
-  static inline std::string Trace;
+  std::string Trace;
   SimulatedFirmware Firmware;
   EFI_BOOT_SERVICES *Boot = Firmware.BootServices();
+
+private:
+  std::deque<std::function<void()>> Bodies_;
 };

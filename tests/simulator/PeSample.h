@@ -1,6 +1,5 @@
 // A small but whole driver image made by code: the loader's tests damage it, the machine's tests run the
-// routines in it. Its machine code is written by hand, so that each routine does exactly one thing to the
-// processor.
+// routines in it (PeSampleCode.S).
 #pragma once
 
 #include <cstring>
@@ -23,19 +22,15 @@ constexpr UINT32 mPeImageSize = 0x6000;
 constexpr UINT32 mPeRelocationsFileOffset = 0x1800;
 
 // The whole file. Sections .text, .rdata, .data, .reloc; .data starts with two relocated pointers, to the
-// routine "Entry" and to .data + 0x10.
+// routine "Entry", which comes first, and to .data + 0x10.
 std::vector<UINT8> PeSampleFile();
 
-// The map file that lld-link would write beside it.
-std::string PeSampleMap();
+// The map file that lld-link would write beside it, with the entry point at that offset into the code.
+std::string PeSampleMap(UINT32 Entry = 0);
 
-// RVA of a routine by its name in PeSample.cpp.
-UINT32 PeRoutineRva(const std::string &Name);
-
-// The two files in a directory of their own, removed with it.
+// The two files in a directory of their own, removed with it; no map when its text is empty.
 class PeSampleFiles {
 public:
-  // Writes the map only when its text is not empty.
   explicit PeSampleFiles(const std::string &Map = PeSampleMap());
   ~PeSampleFiles();
   PeSampleFiles(const PeSampleFiles &) = delete;
@@ -50,6 +45,6 @@ private:
 // What the kernel lets happen at Address, such as "r-x"; empty where nothing is mapped.
 std::string PePageRights(UINT64 Address);
 
-template <typename T> void PePut(std::vector<UINT8> &File, UINT64 Offset, T Value) {
+template <typename T> void PePut(std::vector<UINT8> &File, UINT64 Offset, const T &Value) {
   std::memcpy(File.data() + Offset, &Value, sizeof(Value));
 }

@@ -95,3 +95,30 @@ UINTN SweepAllocations(DriverSession &Session, const SweepScenario &Scenario) {
   std::cout << "swept " << Scenario.Name << ": " << Allocations << " allocations\n";
   return Allocations;
 }
+
+std::string LettersOfFailures(Pool &Memory, const std::function<char()> &Call) {
+  const UINTN Before = Memory.Calls();
+  Call();
+  const UINTN Allocations = Memory.Calls() - Before;
+  std::string Letters;
+  for (UINTN Number = 1; Number <= Allocations; Number++) {
+    Memory.FailAt(Number);
+    Letters += Call();
+    Memory.ClearFailures();
+  }
+  return Letters;
+}
+
+void ExpectRefusalKeepsNothing(Pool &Memory, const std::string &What, const std::function<bool()> &Call) {
+  // The library keeps something with each of its last 16 errors.
+  constexpr UINTN WarmUp = 20;
+  constexpr UINTN Repeats = 50;
+  UINTN Warm = 0;
+  for (UINTN Count = 0; Count < WarmUp + Repeats; Count++) {
+    EXPECT_FALSE(Call()) << What;
+    if (Count + 1 == WarmUp) {
+      Warm = Memory.Figures().LiveBlocks;
+    }
+  }
+  EXPECT_LT(Memory.Figures().LiveBlocks, Warm + Repeats / 2) << What;
+}

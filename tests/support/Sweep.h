@@ -27,3 +27,10 @@ struct SweepScenario {
 // undisturbed call after it the success. Returns the number of allocations that
 // were made to fail, each in both ways.
 UINTN SweepAllocations(DriverSession &Session, const SweepScenario &Scenario);
+
+// Makes Call once for each pool allocation that an undisturbed one makes, with that allocation alone failing,
+// and returns the letters that it answers, in that order.
+std::string LettersOfFailures(Pool &Memory, const std::function<char()> &Call);
+
+// Makes Call, which must be refused, again and again: no block may be left of each time.
+void ExpectRefusalKeepsNothing(Pool &Memory, const std::string &What, const std::function<bool()> &Call);

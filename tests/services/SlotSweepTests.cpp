@@ -1,0 +1,192 @@
+// Allocation failures where the families' own sweeps do not reach: each service as the first use of the
+// library in a boot, and the roads of start-up and of notifications that nobody calls.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+
+#include "tests/services/PolicyBoot.h"
+#include "tests/services/SlotCalls.h"
+#include "tests/support/Sweep.h"
+
+namespace {
+
+class SlotSweepTest : public SlotTest {};
+
+// The streams of HMAC do not tell of a failure; they and the other slots left out are swept from a cold start
+// by their families.
+const std::set<UINTN> mSweptCold = {15, 16, 17, 46, 47, 49, 54, 55, 56, 57, 58, 59};
+
+// Places spread over the whole call, alternately one failure and all from there on.
+TEST_F(SlotSweepTest, EveryServiceFromAColdStart) {
+  const UINTN Places = TestsImage() ? 12 : 4;
+  UINTN Points = 0;
+  Boot();
+  for (const SlotCall &Call : SlotCalls()) {
+    Expected(Call);
+  }
+  for (const SlotCall &Call : SlotCalls()) {
+    if (mSweptCold.contains(Call.Slot)) {
+      continue;
+    }
+    UINTN Allocations = 0;
+    const auto Count = [&](SlotStage &, const auto &Make) {
+      Allocations = Memory().Calls();
+      Make();
+      Allocations = Memory().Calls() - Allocations;
+    };
+    Reboot();
+    EXPECT_EQ(RunSlot(Svc(), Call, Count), Expected(Call)) << Call.Name;
+    for (UINTN Place = 0; Place < std::min(Places, Allocations); Place++) {
+      const UINTN Number = 1 + Place * Allocations / std::min(Places, Allocations);
+      Reboot();
+      for (int Round = 0; Round < 2; Round++) {
+        const SlotOutcome Outcome = RunSlot(Svc(), Call, [&](SlotStage &, const auto &Make) {
+          if (Round == 0) {
+            Place % 2 == 0 ? Memory().FailAt(Number) : Memory().FailFrom(Number);
+          }
+          Make();
+          Memory().ClearFailures();
+        });
+        if (Outcome.Answer == Call.Success) {
+          EXPECT_EQ(Outcome, Expected(Call)) << Call.Name << ", allocation " << Number << ", round " << Round;
+        } else {
+          EXPECT_EQ(std::count(Call.Failures.begin(), Call.Failures.end(), Outcome.Answer), 1)
+              << Call.Name << " answers " << std::hex << Outcome.Answer << ", allocation " << std::dec
+              << Number;
+        }
+      }
+      EXPECT_EQ(Firmware().TakeFaults(), std::vector<std::string>{})
+          << Call.Name << ", allocation " << Number;
+      Points++;
+    }
+  }
+  std::cout << "swept cold starts: " << Points << " points\n";
+}
+
+TEST_F(SlotSweepTest, ServicesThatNoOtherTestSweeps) {
+  Boot();
+  for (UINTN Slot : {0, 29, 56, 58, 59}) {
+    const SlotCall &Call = *std::find_if(SlotCalls().begin(), SlotCalls().end(),
+                                         [Slot](const SlotCall &Row) { return Row.Slot == Slot; });
+    SlotStage Stage(Svc());
+    Call.Prepare(Stage);
+    SweepScenario Scenario;
+    Scenario.Name = Call.Name;
+    Scenario.Call = [&] { return Call.Call(Stage); };
+    Scenario.Success = Call.Success;
+    Scenario.Failures = Call.Failures;
+    Scenario.AfterSuccess = [&] { Call.Finish(Stage); };
+    Scenario.AfterFailure = [&] { EXPECT_EQ(Stage.Made[0], nullptr); };
+    EXPECT_GT(SweepAllocations(Session(), Scenario), 10U);
+  }
+}
+
+struct Road {
+  const char *Name;
+  PolicyPlatform Platform;
+  bool FailsInStart;
+  // What leads up to the failures, and what meets them.
+  std::function<void(PolicyBoot &)> Before;
+  std::function<void(PolicyBoot &)> Act;
+  bool Halts;
+  UINTN Allocations;
+  // What else is asked, when memory is there again; afterwards the pool must be empty.
+  std::function<void(PolicyBoot &)> Check = [](PolicyBoot &) {};
+};
+
+EFI_STATUS mAnswer;
+
+void Report(PolicyBoot &Boot) {
+  mAnswer = Boot.Session().Services().SvcReportPolicyEvent(2, "Module", 6);
+}
+void ReadyToBoot(PolicyBoot &Boot) {
+  Boot.Firmware().SignalReadyToBoot();
+}
+void Nothing(PolicyBoot &) {}
+
+std::vector<Road> Roads() {
+  PolicyPlatform NoDisplay;
+  NoDisplay.Display = DisplayTime::Never;
+  PolicyPlatform WithRecord = NoDisplay;
+  WithRecord.Blocks = Recorded({2, 0, "ABC"});
+  PolicyPlatform NoChannel;
+  NoChannel.Channel = false;
+  const auto Hashes = [](PolicyBoot &Boot) {
+    UINT8 Digest[32];
+    UINTN Size = sizeof(Digest);
+    EXPECT_EQ(Boot.Session().Services().SvcHashAll(HASH_TYPE_SHA256, "x", 1, Digest, &Size), EFI_SUCCESS);
+  };
+  return {
+      {"start-up without a record", {}, true, Nothing, Nothing, false, 1, Hashes},
+      {"start-up with a record, to ready-to-boot", WithRecord, true, Nothing, ReadyToBoot, true, 1},
+      {"ready-to-boot without a violation", {}, false, Nothing, ReadyToBoot, false, 2},
+      {"a display that comes late", NoDisplay, false,
+       [](PolicyBoot &Boot) {
+         Boot.Smm.Kept = PolicyViolation{2, 0, "ABC"};
+         ReadyToBoot(Boot);
+       },
+       [](PolicyBoot &Boot) { AnnounceDisplay(Boot.Firmware()); }, true, 2},
+      {"a report without a channel", NoChannel, false, Nothing, Report, false, 1,
+       [](PolicyBoot &Boot) {
+         // A copy waits for the channel, until that is there.
+         EXPECT_TRUE(mAnswer == EFI_SUCCESS || mAnswer == EFI_OUT_OF_RESOURCES || mAnswer == EFI_NOT_FOUND);
+         EXPECT_EQ(Boot.Firmware().Memory.Figures().LiveBlocks, mAnswer == EFI_SUCCESS ? 1U : 0U);
+         Boot.Firmware().Handles.InstallHost(mEfiSmmCommunicationProtocolGuid, Boot.Smm.Interface());
+         AnnounceChannel(Boot.Firmware());
+       }},
+      {"the report that waited", NoChannel, false,
+       [](PolicyBoot &Boot) {
+         Report(Boot);
+         Boot.Firmware().Handles.InstallHost(mEfiSmmCommunicationProtocolGuid, Boot.Smm.Interface());
+       },
+       [](PolicyBoot &Boot) { AnnounceChannel(Boot.Firmware()); }, false, 2,
+       [](PolicyBoot &Boot) {
+         EXPECT_EQ(mAnswer, EFI_SUCCESS);
+         EXPECT_LE(Boot.Smm.Exchanges().size(), 1U);
+       }},
+  };
+}
+
+TEST(RoadSweepTest, EveryRoadOfStartUpAndNotifications) {
+  for (const Road &Row : Roads()) {
+    UINTN Allocations = 0;
+    for (UINTN Number = 0; Number <= Allocations; Number++) {
+      for (bool Persistently : {false, true}) {
+        SCOPED_TRACE(testing::Message()
+                     << Row.Name << ", allocation " << Number << (Persistently ? " on" : ""));
+        PolicyBoot Boot(Row.Platform);
+        UINTN First = 0;
+        const auto Arm = [&](SimulatedFirmware &Firmware) {
+          First = Firmware.Memory.Calls();
+          if (Number != 0) {
+            Persistently ? Firmware.Memory.FailFrom(Number) : Firmware.Memory.FailAt(Number);
+          }
+        };
+        ASSERT_TRUE(Boot.Start([&](DriverSession &Starting) {
+          if (Row.FailsInStart) {
+            Arm(Starting.Firmware());
+          }
+        }));
+        EXPECT_EQ(Boot.Session().Outcome(), BootOutcome::Started);
+        Row.Before(Boot);
+        if (!Row.FailsInStart) {
+          Arm(Boot.Firmware());
+        }
+        EXPECT_EQ(!Boot.Step([&] { Row.Act(Boot); }), Row.Halts);
+        Pool &Memory = Boot.Firmware().Memory;
+        if (Number == 0) {
+          Allocations = Memory.Calls() - First;
+          EXPECT_GE(Allocations, Row.Allocations);
+        }
+        Memory.ClearFailures();
+        Row.Check(Boot);
+        EXPECT_TRUE(Row.Halts || Memory.Figures().LiveBlocks == 0);
+        EXPECT_EQ(Boot.Firmware().TakeFaults(), std::vector<std::string>{});
+      }
+    }
+    std::cout << "swept " << Row.Name << ": " << Allocations << " allocations\n";
+  }
+}
+
+} // namespace

@@ -1,0 +1,107 @@
+// The routines of the sample image, each of which does one thing to the processor, in read-only data:
+// PeSample.cpp copies them into the image, and nothing runs them in place. They refer to nothing outside
+// themselves. Arguments come in rcx, rdx, r8, r9; every routine but Halt returns.
+
+  .intel_syntax noprefix
+
+// Begins a routine and adds its record to the table: offset into the code, name in 28 bytes.
+  .macro routine Name
+  .balign 16, 0xCC
+PeSample_\Name:
+  .pushsection .rodata.PeSampleTable, "a"
+  .long PeSample_\Name - PeSampleCode
+  .asciz "\Name"
+  .balign 32, 0
+  .popsection
+  .endm
+
+  .section .rodata.PeSampleTable, "a"
+  .balign 32
+  .globl PeSampleTable
+PeSampleTable:
+
+  .section .rodata.PeSampleCode, "a"
+  .balign 16
+  .globl PeSampleCode
+PeSampleCode:
+
+  routine Entry; lea rax, [rcx + rdx]; ret
+
+  routine Digits // Eight arguments as hexadecimal digits, the first one leading.
+  mov rax, rcx
+  .irp Register, rdx, r8, r9
+  shl rax, 4; add rax, \Register
+  .endr
+  .irp Slot, 4, 5, 6, 7
+  shl rax, 4; add rax, [rsp + 8 + 8 * \Slot]
+  .endr
+  ret
+
+  routine CmosRead; mov al, cl; mov dx, 0x70; out dx, al; inc dx; in al, dx; movzx eax, al; ret
+  routine CmosReadImmediate; mov rax, rcx; out 0x70, al; in al, 0x71; ret
+  routine CmosWrite; mov al, cl; out 0x70, al; mov al, dl; out 0x71, al; ret
+  routine PortIn; mov dx, cx; in al, dx; ret
+  routine PortOut; mov dx, cx; out dx, al; ret
+  routine PortInWide; mov dx, cx; in eax, dx; ret
+  routine PortInString; mov dx, cx; rep insb; ret
+  routine ReadNowhere; xor eax, eax; mov rax, [rax]; ret
+
+  routine Halt
+  sub rsp, 24; mov qword ptr [rsp], 0
+  1: mov rax, [rsp]; test rax, rax; je 1b
+  add rsp, 24; ret
+  routine CountDown; 1: dec rcx; jne 1b; ret
+  routine CountOnStack; push 0; 1: inc qword ptr [rsp]; cmp [rsp], rcx; jb 1b; pop rax; ret
+  routine Fill // rdx bytes at rcx, r8 times.
+  push rdi; mov r9, rcx
+  1: mov rdi, r9; mov rcx, rdx; xor eax, eax; rep stosb; dec r8; jne 1b
+  pop rdi; ret
+
+// What the convention wants kept, under the names by which the gate reports it.
+  .irp Register, rbx, rbp, rdi, rsi, r12, r13, r14, r15
+  routine Break_\Register; xor \Register, \Register; ret
+  .endr
+  .irp Register, xmm6, xmm7, xmm8, xmm9, xmm10, xmm11, xmm12, xmm13, xmm14, xmm15
+  routine Break_\Register; xorps \Register, \Register; ret
+  .endr
+  routine Break_MXCSR // Flush to zero.
+  stmxcsr [rsp + 8]; or byte ptr [rsp + 9], 0x80; ldmxcsr [rsp + 8]; ret
+  routine Break_x87; fnstcw [rsp + 8]; and byte ptr [rsp + 9], 0xFC; fldcw [rsp + 8]; ret // Single precision.
+  routine Break_flags; std; ret // The direction.
+
+  routine UseVolatile
+  .irp Register, rax, rcx, rdx, r8, r9, r10, r11
+  xor \Register, \Register
+  .endr
+  .irp Register, xmm0, xmm1, xmm2, xmm3, xmm4, xmm5
+  xorps \Register, \Register
+  .endr
+  stmxcsr [rsp + 8]; or byte ptr [rsp + 8], 0x20; ldmxcsr [rsp + 8]; ret // The flag of inexact results.
+  routine Use_ymm0; vxorps ymm0, ymm0, ymm0; ret
+  routine Use_ymm9; vxorps ymm9, ymm9, ymm9; ret
+
+  routine Touch // The byte rcx below the stack pointer.
+  mov rax, rsp; sub rax, rcx; mov byte ptr [rax], 1; ret
+  routine TouchAndCall
+  mov rax, rsp; sub rax, rcx; mov byte ptr [rax], 1
+  sub rsp, 0x28; call rdx; add rsp, 0x28; ret
+
+  routine ProcessorCpuid // Leaf in ecx, subleaf in edx; eax, ebx, ecx, edx go to [r8].
+  push rbx; mov eax, ecx; mov ecx, edx; cpuid
+  mov [r8], eax; mov [r8 + 4], ebx; mov [r8 + 8], ecx; mov [r8 + 12], edx
+  pop rbx; ret
+  routine ProcessorTimeStamp; rdtsc; shl rdx, 32; or rax, rdx; ret
+  routine ProcessorRdrand // The value goes to [rcx], the carry flag is returned.
+  rdrand rax; mov [rcx], rax; setc al; movzx eax, al; ret
+  routine ProcessorRdseed; rdseed rax; mov [rcx], rax; setc al; movzx eax, al; ret
+  routine OPENSSL_ia32_rdrand_bytes; rdrand r9d; mov [rcx], r9; setc al; movzx eax, al; ret
+  routine OPENSSL_rdtsc; mov eax, 0xA20F310F; ret // rdtsc and cpuid only inside a constant.
+
+  .globl PeSampleCodeEnd
+PeSampleCodeEnd:
+
+  .section .rodata.PeSampleTable, "a"
+  .globl PeSampleTableEnd
+PeSampleTableEnd:
+
+  .section .note.GNU-stack, "", @progbits
