@@ -360,7 +360,7 @@ typedef VOID(EFIAPI *CRYPTO_SERVICES_DH_FREE)(VOID *DhContext);
 
 // A new RSA context, to be released with SvcRsaFree, from the first private key in a PEM text: PKCS#8, plain
 // or encrypted, or RSAPrivateKey with or without encryption headers. It opens DES-EDE3-CBC and AES-CBC alone,
-// and derivations of at most 2,000,000 rounds. Password is NUL-terminated ASCII, of which the first 1,024
+// and derivations of at most 700,000 rounds. Password is NUL-terminated ASCII, of which the first 1,024
 // bytes count, or NULL for an empty one. FALSE with *RsaContext as it was for a NULL PemData or RsaContext, a
 // PemSize of 0 or above 0x5FFFFFFC, or no memory for the stream; FALSE with NULL stored for everything else:
 // no key, a malformed block before it, one that is not RSA or has more than two primes, a wrong password, no
@@ -394,8 +394,9 @@ typedef BOOLEAN(EFIAPI *CRYPTO_SERVICES_X509_VERIFY_CERT)(const UINT8 *Cert, UIN
 // and a copy of the certificate of the message's first signer with its size, in two buffers that the caller
 // releases one by one with SvcPkcs7FreeSigners. FALSE for a NULL pointer, what is no message, or one without
 // signers or without the certificate of one: nothing is stored. FALSE when memory ran out once the list had
-// begun: NULL in *CertList, and if it was for the copy, NULL in *FirstSignerCert and its size. A certificate
-// for whose encoding there is no memory ends the list early, with TRUE.
+// begun, or the list would have more than 4 MiB: NULL in *CertList, and if it was for the copy, NULL in
+// *FirstSignerCert and its size. A certificate for whose encoding there is no memory ends the list early,
+// with TRUE.
 typedef BOOLEAN(EFIAPI *CRYPTO_SERVICES_PKCS7_GET_SIGNERS)(const UINT8 *P7Data, UINTN P7Size,
                                                            SIGNER_CERT_LIST **CertList, UINTN *CertListSize,
                                                            UINT8 **FirstSignerCert,
@@ -404,8 +405,8 @@ typedef BOOLEAN(EFIAPI *CRYPTO_SERVICES_PKCS7_GET_SIGNERS)(const UINT8 *P7Data, 
 // all of it is valid at the time of the firmware's clock, and every signature holds over Data, whether or not
 // the message carries content of its own. Revocation is not looked at, and the signer's key usage does not
 // matter. The message names at most 16 digest algorithms; it, its signers and its chains use MD5, SHA-1,
-// SHA-256, SHA-384 or SHA-512. FALSE for everything else: a NULL pointer, a length above 0x7FFFFFFF, a
-// DataSize of 0 or above 0x5FFFFFFC, no memory.
+// SHA-256, SHA-384 or SHA-512; its signers times one more than its certificates are at most 256. FALSE for
+// everything else: a NULL pointer, a length above 0x7FFFFFFF, a DataSize of 0 or above 0x5FFFFFFC, no memory.
 typedef BOOLEAN(EFIAPI *CRYPTO_SERVICES_PKCS7_VERIFY)(const UINT8 *P7Data, UINTN P7Size,
                                                       const UINT8 *TrustedCert, UINTN TrustedCertSize,
                                                       const UINT8 *Data, UINTN DataSize);

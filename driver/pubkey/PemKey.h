@@ -21,6 +21,6 @@ int PemPasswordCallback(CHAR8 *Buffer, int Size, int Writing, VOID *Password);
 // or its derivation asks for more than PEM_ITERATIONS_MAX rounds; when memory runs out.
 [[nodiscard]] RsaKeyHandle ReadPemRsaKey(BIO *Text, const CHAR8 *Password);
 
-// About two seconds of work, where usual keys ask for thousandths. Without a bound a key file could stop the
-// boot.
-constexpr long PEM_ITERATIONS_MAX = 2'000'000;
+// Up to two seconds of work, by the function that is slowest, where usual keys ask for thousandths. Without a
+// bound a key file could stop the boot.
+constexpr long PEM_ITERATIONS_MAX = 700'000;

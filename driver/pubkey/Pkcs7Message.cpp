@@ -20,20 +20,14 @@ constexpr UINTN BareSizeMax = 0xFFFF - BehindSequenceLength;
 
 constexpr UINTN LengthMax = 0x7FFFFFFF; // the library counts in signed 32 bits
 
-// The four bytes in front of the OID are not examined.
-bool IsContentInfo(const UINT8 *Der, UINTN Size) {
-  return Size >= FieldLengthAt &&
-         CompareMemory(Der + OidAt, mContentInfoHeader + OidAt, FieldLengthAt - OidAt) == 0;
-}
-
 void StoreLength(UINT8 *Place, UINTN Length) {
   Place[0] = static_cast<UINT8>(Length >> 8);
   Place[1] = static_cast<UINT8>(Length);
 }
 
 // Leaves a ContentInfo as it is, with NULL in *Wrapped; around a bare SignedData it puts one, in a new block
-// in *Wrapped, and turns *Der and *Size to that. FALSE when it is too long for the two-byte lengths, or memory
-// runs out.
+// in *Wrapped, and turns *Der and *Size to that. FALSE when it is too long for the two-byte lengths, or
+// memory runs out.
 bool EnsureSignedContentInfo(const UINT8 **Der, UINTN *Size, UINT8 **Wrapped) {
   *Wrapped = nullptr;
   if (IsContentInfo(*Der, *Size)) {
@@ -56,6 +50,12 @@ bool EnsureSignedContentInfo(const UINT8 **Der, UINTN *Size, UINT8 **Wrapped) {
 }
 
 } // namespace
+
+// The four bytes in front of the OID are not examined.
+bool IsContentInfo(const UINT8 *Der, UINTN Size) {
+  return Size >= FieldLengthAt &&
+         CompareMemory(Der + OidAt, mContentInfoHeader + OidAt, FieldLengthAt - OidAt) == 0;
+}
 
 MessageHandle ParseSignedContentInfo(const UINT8 *Der, UINTN Size) {
   MessageHandle Message(Size <= LengthMax ? d2i_PKCS7(nullptr, &Der, static_cast<long>(Size)) : nullptr);

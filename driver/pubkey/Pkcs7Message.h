@@ -14,6 +14,9 @@ using MessageHandle = LibraryHandle<PKCS7, PKCS7_free>;
 // above 0x7FFFFFFF, none of type signedData with a content stands there, or memory runs out.
 [[nodiscard]] MessageHandle ParseSignedContentInfo(const UINT8 *Der, UINTN Size);
 
-// The same of a ContentInfo, or of a bare SignedData that is put into one first. Only a ContentInfo whose two
-// outer lengths take two bytes each is recognised as one; a SignedData may have 65,520 bytes.
+// Whether Der is recognised as a ContentInfo: only when its two outer lengths take two bytes each.
+[[nodiscard]] bool IsContentInfo(const UINT8 *Der, UINTN Size);
+
+// As ParseSignedContentInfo for what is recognised as a ContentInfo, and for a bare SignedData, of 65,520
+// bytes at most, that is put into one first.
 [[nodiscard]] MessageHandle ParseSignedMessage(const UINT8 *Der, UINTN Size);

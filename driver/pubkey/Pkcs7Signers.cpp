@@ -24,6 +24,9 @@ struct SIGNER_LIST {
 constexpr UINTN CountSize = 1; // the list starts with the number of certificates
 constexpr UINTN LengthFieldSize = sizeof(UINT32);
 
+// A message has 64 KiB; only one that names the same signers over and over gives more than this.
+constexpr UINTN ListSizeMax = 0x400000;
+
 // Takes the last certificate off Signers and encodes it into a new block. FALSE, with nothing stored: none is
 // left, or memory ran out.
 bool TakeLastSignerDer(STACK_OF(X509) * Signers, UINT8 **Der, UINTN *Size) {
@@ -42,8 +45,12 @@ bool TakeLastSignerDer(STACK_OF(X509) * Signers, UINT8 **Der, UINTN *Size) {
   return true;
 }
 
-// Replaces the list by one with the certificate behind it. FALSE without memory, with the list as it was.
+// Replaces the list by one with the certificate behind it. FALSE when it grows too long or without memory,
+// with the list as it was.
 bool Append(SIGNER_LIST *List, const UINT8 *Der, UINTN Size) {
+  if (List->Size + LengthFieldSize + Size > ListSizeMax) {
+    return false;
+  }
   auto *Grown = static_cast<UINT8 *>(AllocateBootPool(List->Size + LengthFieldSize + Size));
   if (Grown == nullptr) {
     return false;

@@ -16,6 +16,16 @@ constexpr UINTN LengthMax = 0x7FFFFFFF; // the library counts in signed 32 bits
 // The library digests the data once for each entry of digestAlgorithms, one call within the other.
 constexpr int DigestCountMax = 16;
 
+// The chain of each signer may lead through every certificate of the message, and a signature by a large key
+// with a large exponent takes milliseconds: without a bound a message could hold up the boot for minutes.
+constexpr int ChainStepsMax = 256;
+
+bool AcceptableChains(const PKCS7_SIGNED *Signed) {
+  int Certificates = sk_X509_num(Signed->cert); // -1: none
+  int Steps = Certificates > 0 ? Certificates + 1 : 1;
+  return sk_PKCS7_SIGNER_INFO_num(Signed->signer_info) <= ChainStepsMax / Steps;
+}
+
 bool UsesRegisteredDigest(const X509_ALGOR *Algorithm) {
   return IsRegisteredDigest(OBJ_obj2nid(Algorithm->algorithm));
 }
@@ -98,19 +108,24 @@ BOOLEAN EFIAPI SvcPkcs7Verify(const UINT8 *P7Data, UINTN P7Size, const UINT8 *Tr
   }
   RegisterLongDigests();
   MessageHandle Message = ParseSignedMessage(P7Data, P7Size);
-  if (!Message || !AcceptableDigests(Message.Get()->d.sign)) {
-    return FALSE;
+  return Message && VerifySignedMessage(Message.Get(), TrustedCert, TrustedCertSize, Data, DataSize);
+}
+
+bool VerifySignedMessage(PKCS7 *Message, const UINT8 *TrustedCert, UINTN TrustedCertSize, const UINT8 *Data,
+                         UINTN DataSize) {
+  if (!AcceptableDigests(Message->d.sign) || !AcceptableChains(Message->d.sign)) {
+    return false;
   }
   CertificateHandle Trusted = DecodeX509Certificate(TrustedCert, TrustedCertSize);
   if (!Trusted) {
-    return FALSE;
+    return false;
   }
   StoreHandle Store = MakeTrustStore(Trusted.Get());
   StreamHandle Stream = OpenData(Data, DataSize);
   if (!Store || !Stream) {
-    return FALSE;
+    return false;
   }
   X509_STORE_set_verify_cb(Store.Get(), TrustAnchorVerifyCallback);
   return X509_STORE_set_purpose(Store.Get(), X509_PURPOSE_ANY) &&
-         PKCS7_verify(Message.Get(), nullptr, Store.Get(), Stream.Get(), nullptr, 0) == 1;
+         PKCS7_verify(Message, nullptr, Store.Get(), Stream.Get(), nullptr, 0) == 1;
 }

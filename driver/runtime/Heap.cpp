@@ -1,6 +1,6 @@
 // Table of live blocks: segments of slots that never move, the newest and
-// largest first. A block's slot lies within a short window behind the hash of
-// its address. Slots are claimed by one compare-exchange on the address; the
+// largest first. A block's slot lies in a short window that the hash of its
+// address chooses. Slots are claimed by one compare-exchange on the address; the
 // size is written by the claimer alone, before anyone else knows the block.
 #include "driver/runtime/Heap.h"
 
@@ -21,16 +21,17 @@ struct SEGMENT {
 };
 
 constexpr UINTN WindowSize = 16;
-constexpr UINTN FirstSlotCount = 256;
+constexpr UINTN FirstSlotCount = 2048;
 
 SLOT FirstSlots[FirstSlotCount];
 SEGMENT FirstSegment = {nullptr, FirstSlotCount, FirstSlots};
 SEGMENT *Newest = &FirstSegment;
 
-SLOT *WindowSlot(const SEGMENT *Segment, const VOID *Block, UINTN Step) {
+// The first of the WindowSize slots of Segment among which Block's lies.
+SLOT *Window(const SEGMENT *Segment, const VOID *Block) {
   // Multiplicative hashing; pool blocks are at least 8 bytes apart.
   UINTN Hash = (reinterpret_cast<UINTN>(Block) >> 3) * 0x9E3779B97F4A7C15 >> 32;
-  return &Segment->Slots[(Hash + Step) & (Segment->SlotCount - 1)];
+  return &Segment->Slots[Hash & (Segment->SlotCount - WindowSize)];
 }
 
 bool Claim(SLOT *Slot, VOID *Block) {
@@ -40,8 +41,8 @@ bool Claim(SLOT *Slot, VOID *Block) {
 
 SLOT *FindSlot(const VOID *Block) {
   for (const SEGMENT *Segment = Newest; Segment != nullptr; Segment = Segment->Older) {
-    for (UINTN Step = 0; Step < WindowSize; Step++) {
-      SLOT *Slot = WindowSlot(Segment, Block, Step);
+    SLOT *First = Window(Segment, Block);
+    for (SLOT *Slot = First; Slot != First + WindowSize; Slot++) {
       if (Slot->Block == Block) {
         return Slot;
       }
@@ -52,8 +53,8 @@ SLOT *FindSlot(const VOID *Block) {
 
 SLOT *ClaimSlot(VOID *Block) {
   for (const SEGMENT *Segment = Newest; Segment != nullptr; Segment = Segment->Older) {
-    for (UINTN Step = 0; Step < WindowSize; Step++) {
-      SLOT *Slot = WindowSlot(Segment, Block, Step);
+    SLOT *First = Window(Segment, Block);
+    for (SLOT *Slot = First; Slot != First + WindowSize; Slot++) {
       if (Slot->Block == nullptr && Claim(Slot, Block)) {
         return Slot;
       }

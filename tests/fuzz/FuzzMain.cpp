@@ -2,7 +2,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "simulator/DriverCall.h"
 #include "tests/fuzz/FuzzTargets.h"
 
 namespace {

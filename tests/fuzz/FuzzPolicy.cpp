@@ -7,9 +7,10 @@
 #include "simulator/SmmCommunication.h"
 #include "tests/fuzz/FuzzSession.h"
 #include "uefi/PolicyViolationRecord.h"
+#include "uefi/PrivChannelReadyProtocol.h"
 
 // Blocks with lengths of their own: a type, a claimed length, and a body.
-void FuzzHobList(std::span<const UINT8> Input) {
+bool FuzzHobList(std::span<const UINT8> Input) {
   FuzzSession();
   InputParts Parts(Input);
   HobList List;
@@ -33,22 +34,29 @@ void FuzzHobList(std::span<const UINT8> Input) {
   for (UINTN Index = 0; Record != nullptr && Index < sizeof(POLICY_VIOLATION_RECORD); ++Index) {
     Sum = static_cast<UINT8>(Sum + Record[Index]);
   }
+  return Record != nullptr;
 }
 
-// An event code, and the handler's answer to it over the message's own bytes. A boot of its own, because an
-// event that nobody takes waits for the rest of it.
-void FuzzPolicyEvent(std::span<const UINT8> Input) {
+// An event with its data, and what the handler answers over the message's own bytes: to the event, to the
+// same one sent again when the channel is ready, and to the question at ready-to-boot.
+bool FuzzPolicyEvent(std::span<const UINT8> Input) {
   InputParts Parts(Input);
-  const INT32 Code = Parts.Byte() % 10;
+  const INT32 Code = Parts.Byte() % 10 - 1;
   const std::vector<UINT8> Data = Parts.Part();
-  const std::vector<UINT8> Answer = Parts.Rest();
+  const std::vector<UINT8> Answers[] = {Parts.Part(), Parts.Part(), Parts.Rest()};
   SmmCommunication Handler;
-  Handler.Overrule = [&Answer](PRIV_MESSAGE &Message) {
+  Handler.Overrule = [&](PRIV_MESSAGE &Message) {
+    const std::vector<UINT8> &Answer = Answers[std::min<size_t>(Handler.Exchanges().size(), 2)];
     const size_t Count = std::min(Answer.size(), sizeof(Message));
     std::copy_n(Answer.begin(), Count, reinterpret_cast<UINT8 *>(&Message));
   };
-  DriverSession &Session = RestartFuzzSession();
-  Session.Firmware().Handles.InstallHost(mEfiSmmCommunicationProtocolGuid, Handler.Interface());
-  Session.Services().SvcReportPolicyEvent(Code, reinterpret_cast<const CHAR8 *>(Data.data()), Data.size());
-  RestartFuzzSession();
+  RunInOwnBoot([&](DriverSession &Boot) {
+    HandleDatabase &Handles = Boot.Firmware().Handles;
+    Handles.InstallHost(mEfiSmmCommunicationProtocolGuid, Handler.Interface());
+    Boot.Services().SvcReportPolicyEvent(Code, reinterpret_cast<const CHAR8 *>(Data.data()), Data.size());
+    Handles.InstallHost(mPrivChannelReadyProtocolGuid, nullptr);
+    Boot.Firmware().SignalReadyToBoot();
+  });
+  // The event, the event again, the question.
+  return Handler.Exchanges().size() == 3;
 }

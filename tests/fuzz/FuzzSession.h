@@ -3,14 +3,18 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <span>
 #include <vector>
 
 #include "tools/session/DriverSession.h"
 
-// Booted on first use, its clock inside the validity of the corpus' certificates; and the same booted anew.
+// Booted on first use and kept for all inputs, its clock inside the validity of the corpus' certificates.
 DriverSession &FuzzSession();
-DriverSession &RestartFuzzSession();
+
+// Runs Body in a boot of its own, for inputs that leave something behind in it. What Body installs must
+// outlive the call. Another one must not live: FuzzSession() is ended.
+void RunInOwnBoot(const std::function<void(DriverSession &)> &Body);
 
 // Ends the program with a line when a promise does not hold.
 inline void Promise(bool Holds, const char *What) {
@@ -49,12 +53,12 @@ private:
   std::span<const UINT8> Rest_;
 };
 
-void FuzzCertificate(std::span<const UINT8> Input);
-void FuzzPem(std::span<const UINT8> Input);
-void FuzzSigners(std::span<const UINT8> Input);
-void FuzzPkcs7(std::span<const UINT8> Input);
-void FuzzAuthenticode(std::span<const UINT8> Input);
-void FuzzBase64(std::span<const UINT8> Input);
-void FuzzHobList(std::span<const UINT8> Input);
-void FuzzPolicyEvent(std::span<const UINT8> Input);
-void FuzzPe(std::span<const UINT8> Input);
+bool FuzzCertificate(std::span<const UINT8> Input);
+bool FuzzPem(std::span<const UINT8> Input);
+bool FuzzSigners(std::span<const UINT8> Input);
+bool FuzzPkcs7(std::span<const UINT8> Input);
+bool FuzzAuthenticode(std::span<const UINT8> Input);
+bool FuzzBase64(std::span<const UINT8> Input);
+bool FuzzHobList(std::span<const UINT8> Input);
+bool FuzzPolicyEvent(std::span<const UINT8> Input);
+bool FuzzPe(std::span<const UINT8> Input);

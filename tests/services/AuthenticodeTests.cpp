@@ -150,6 +150,9 @@ TEST_F(AuthenticodeTest, OnlyAContentInfoIsTaken) {
   const Bytes Signed = Signature("plain");
   const Bytes Digest = DigestOf(Signed);
   EXPECT_FALSE(Verify(DerFind(Signed, {0, 1, 0}).Encode(), "root", Digest));
+  // Data instead of signedData, and a signedData whose content is absent.
+  EXPECT_FALSE(Verify(FromHex("300b06092a864886f70d010701"), "root", Digest));
+  EXPECT_FALSE(Verify(FromHex("300b06092a864886f70d010702"), "root", Digest));
   Bytes Padded = Signed;
   for (int Count = 0; Count < 8; Count++) {
     EXPECT_TRUE(Verify(Padded, "root", Digest)) << Count << " bytes behind";

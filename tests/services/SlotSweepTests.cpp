@@ -7,6 +7,7 @@
 
 #include "tests/services/PolicyBoot.h"
 #include "tests/services/SlotCalls.h"
+#include "tests/services/TestFolder.h"
 #include "tests/support/Sweep.h"
 
 namespace {
@@ -75,6 +76,7 @@ TEST_F(SlotSweepTest, ServicesThatNoOtherTestSweeps) {
     Scenario.Name = Call.Name;
     Scenario.Call = [&] { return Call.Call(Stage); };
     Scenario.Success = Call.Success;
+    Scenario.Stride = StrideOfBuild(9);
     Scenario.Failures = Call.Failures;
     Scenario.AfterSuccess = [&] { Call.Finish(Stage); };
     Scenario.AfterFailure = [&] { EXPECT_EQ(Stage.Made[0], nullptr); };

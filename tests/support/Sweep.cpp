@@ -15,13 +15,15 @@ public:
   // One call with nothing failing; returns the number of its allocations.
   UINTN Undisturbed(const std::string &When) {
     UINTN LiveBefore = Memory_.Figures().LiveBlocks;
-    UINTN CallsBefore = Memory_.Calls();
-    auto Call = [this, &When] {
+    UINTN Calls = 0;
+    auto Call = [this, &When, &Calls] {
+      Scenario_.Prepare();
+      Calls = Memory_.Calls();
       EXPECT_EQ(Scenario_.Call(), Scenario_.Success) << Scenario_.Name << ", " << When;
+      Calls = Memory_.Calls() - Calls;
       Scenario_.AfterSuccess();
     };
     Call();
-    UINTN Calls = Memory_.Calls() - CallsBefore;
     if (!WarmingUp_) {
       ExpectNoLeak(LiveBefore, When, Call);
     }
@@ -33,6 +35,7 @@ public:
         (Persistently ? "allocations failing from " : "failing allocation ") + std::to_string(Number);
     UINTN LiveBefore = Memory_.Figures().LiveBlocks;
     auto Call = [this, Number, Persistently, &When] {
+      Scenario_.Prepare();
       if (Persistently) {
         Memory_.FailFrom(Number);
       } else {

@@ -10,6 +10,8 @@
 
 struct SweepScenario {
   std::string Name;
+  // Makes ready for a call, with no allocation failing.
+  std::function<void()> Prepare = [] {};
   // Calls the service and returns its answer, a status or a BOOLEAN.
   std::function<UINT64()> Call;
   // What the undisturbed call answers.

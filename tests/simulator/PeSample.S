@@ -1,29 +1,26 @@
-// The routines of the sample image, each of which does one thing to the processor, in read-only data:
-// PeSample.cpp copies them into the image, and nothing runs them in place. They refer to nothing outside
-// themselves. Arguments come in rcx, rdx, r8, r9; every routine but Halt returns.
+// A small but whole driver image, linked by lld-link: the loader's tests damage it, the machine's tests run the
+// routines in it, each of which does one thing to the processor. Arguments come in rcx, rdx, r8, r9; every
+// routine but Halt returns.
 
   .intel_syntax noprefix
 
-// Begins a routine and adds its record to the table: offset into the code, name in 28 bytes.
   .macro routine Name
   .balign 16, 0xCC
-PeSample_\Name:
-  .pushsection .rodata.PeSampleTable, "a"
-  .long PeSample_\Name - PeSampleCode
-  .asciz "\Name"
-  .balign 32, 0
-  .popsection
+  .globl \Name
+\Name:
   .endm
 
-  .section .rodata.PeSampleTable, "a"
-  .balign 32
-  .globl PeSampleTable
-PeSampleTable:
+// Two relocated pointers, then room that reaches into a second page, beyond the file's bytes.
+  .data
+Data:
+  .quad Entry, Data + 16
+  .bss
+  .space 0x1700
 
-  .section .rodata.PeSampleCode, "a"
-  .balign 16
-  .globl PeSampleCode
-PeSampleCode:
+  .section .rdata, "dr"
+  .quad 0x1122334455667788
+
+  .text
 
   routine Entry; lea rax, [rcx + rdx]; ret
 
@@ -96,12 +93,3 @@ PeSampleCode:
   routine ProcessorRdseed; rdseed rax; mov [rcx], rax; setc al; movzx eax, al; ret
   routine OPENSSL_ia32_rdrand_bytes; rdrand r9d; mov [rcx], r9; setc al; movzx eax, al; ret
   routine OPENSSL_rdtsc; mov eax, 0xA20F310F; ret // rdtsc and cpuid only inside a constant.
-
-  .globl PeSampleCodeEnd
-PeSampleCodeEnd:
-
-  .section .rodata.PeSampleTable, "a"
-  .globl PeSampleTableEnd
-PeSampleTableEnd:
-
-  .section .note.GNU-stack, "", @progbits
