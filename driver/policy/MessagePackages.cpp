@@ -15,7 +15,7 @@ constexpr UINT32 HeaderSize = offsetof(EFI_HII_STRING_PACKAGE_HDR, Language) + T
 static_assert(HeaderSize == 52);
 static_assert(MessageUnknownViolation == mMessageTextCount);
 
-constexpr UINT32 PackageSize(const MESSAGE_LANGUAGE &Language) {
+consteval UINT32 PackageSize(const MESSAGE_LANGUAGE &Language) {
   UINT32 Size = HeaderSize + 1;
   for (const CHAR16 *Text : Language.Texts) {
     Size += 1 + sizeof(CHAR16);
@@ -26,7 +26,7 @@ constexpr UINT32 PackageSize(const MESSAGE_LANGUAGE &Language) {
   return Size;
 }
 
-constexpr UINT32 ArraySize() {
+consteval UINT32 ArraySize() {
   UINT32 Size = LengthPrefixSize;
   for (const MESSAGE_LANGUAGE &Language : mMessageLanguages) {
     Size += PackageSize(Language);
@@ -40,13 +40,13 @@ struct PACKAGE_ARRAY {
 
 class PackageWriter {
 public:
-  constexpr void Number(UINT32 Value, UINT32 Width) {
+  consteval void Number(UINT32 Value, UINT32 Width) {
     for (; Width != 0; Width--, Value >>= 8) {
       Result_.Bytes[Place_++] = static_cast<UINT8>(Value);
     }
   }
 
-  constexpr void Package(const MESSAGE_LANGUAGE &Language) {
+  consteval void Package(const MESSAGE_LANGUAGE &Language) {
     Number(PackageSize(Language), 3);
     Number(EFI_HII_PACKAGE_STRINGS, 1);
     Number(HeaderSize, 4); // HdrSize
@@ -66,14 +66,14 @@ public:
     Number(EFI_HII_SIBT_END, 1);
   }
 
-  [[nodiscard]] constexpr PACKAGE_ARRAY Result() const { return Result_; }
+  [[nodiscard]] consteval PACKAGE_ARRAY Result() const { return Result_; }
 
 private:
   PACKAGE_ARRAY Result_ = {};
   UINT32 Place_ = 0;
 };
 
-constexpr PACKAGE_ARRAY BuildPackages() {
+consteval PACKAGE_ARRAY BuildPackages() {
   PackageWriter Writer;
   Writer.Number(ArraySize(), LengthPrefixSize);
   for (const MESSAGE_LANGUAGE &Language : mMessageLanguages) {

@@ -36,7 +36,7 @@ time_t ToTimeValue(const EFI_TIME &Reading) {
   if (Reading.TimeZone != EFI_UNSPECIFIED_TIMEZONE) {
     Seconds += static_cast<INT64>(Reading.TimeZone) * 60;
   }
-  return Seconds < INT32_MIN || Seconds > INT32_MAX ? 0 : static_cast<time_t>(Seconds);
+  return Seconds > INT32_MAX ? 0 : static_cast<time_t>(Seconds);
 }
 
 } // namespace

@@ -48,8 +48,6 @@ const OSSL_ALGORITHM mCiphers[] = {
     mEnd,
 };
 
-const OSSL_ALGORITHM mMacs[] = {Algorithm(PROV_NAMES_HMAC, ossl_hmac_functions), mEnd};
-
 const OSSL_ALGORITHM mDerivations[] = {
     Algorithm(PROV_NAMES_PBKDF2, ossl_kdf_pbkdf2_functions),
     Algorithm(PROV_NAMES_PKCS12KDF, ossl_kdf_pkcs12_functions),
@@ -96,8 +94,6 @@ const OSSL_ALGORITHM *Query(void *, int Operation, int *NoCache) {
     return mDigests;
   case OSSL_OP_CIPHER:
     return mCiphers;
-  case OSSL_OP_MAC:
-    return mMacs;
   case OSSL_OP_KDF:
     return mDerivations;
   case OSSL_OP_RAND:
