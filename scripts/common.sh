@@ -10,8 +10,8 @@ die() {
 
 packages_build="clang lld llvm cmake ninja-build make perl openssl libcli11-dev libfmt-dev libfreetype-dev libgmp-dev libpng-dev
   fonts-wqy-microhei"
-packages_test="g++ libgtest-dev libclang-rt-14-dev osslsigncode xz-utils"
-packages_bench="libgtest-dev osslsigncode xz-utils"
+packages_test="g++ libgtest-dev libclang-rt-14-dev osslsigncode xz-utils zlib1g-dev"
+packages_bench="libgtest-dev osslsigncode xz-utils zlib1g-dev"
 
 # Installs those of the named package groups that are missing.
 require_packages() {

@@ -34,9 +34,6 @@ public:
   DriverTarget(const DriverTarget &) = delete;
   DriverTarget &operator=(const DriverTarget &) = delete;
 
-  // "image" or "linked".
-  const char *Name() const { return Image_ ? "image" : "linked"; }
-
   // The loaded image; NULL for the linked driver.
   const LoadedImage *Image() const { return Image_.get(); }
 

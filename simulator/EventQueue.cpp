@@ -169,7 +169,7 @@ void EventQueue::Dispatch(EFI_TPL Floor) {
 void EventQueue::Run(Event &Next) {
   const EFI_TPL OuterRunning = RunningTpl_;
   const UINTN Entry = Log_.size();
-  Log_.push_back({&Next, Next.Function, Next.Context, Next.Tpl, false});
+  Log_.push_back({&Next, Next.Function, Next.Tpl, false});
   // Cleared before the call, so that a notification can signal its own event for another run.
   Next.Signalled = false;
   RunningTpl_ = Tpl_ = Next.Tpl;

@@ -31,7 +31,6 @@ public:
   struct Notification {
     EFI_EVENT Event;
     EFI_EVENT_NOTIFY Function;
-    const VOID *Context;
     EFI_TPL Tpl;
     bool Returned;
   };

@@ -103,11 +103,9 @@ void HandleDatabase::ForgetEvent(EFI_EVENT Event) {
   std::erase_if(Watches_, [&](const auto &Candidate) { return Candidate->Event == Event; });
 }
 
-EFI_HANDLE HandleDatabase::InstallHost(const EFI_GUID &Protocol, VOID *Interface, EFI_HANDLE Onto) {
-  EFI_HANDLE Handle = Onto;
-  if (EFI_ERROR(Install(&Handle, &Protocol, Interface))) {
-    AbortRun("InstallHost: no such handle, or " + GuidText(Protocol) + " is already on it");
-  }
+EFI_HANDLE HandleDatabase::InstallHost(const EFI_GUID &Protocol, VOID *Interface) {
+  EFI_HANDLE Handle = nullptr;
+  (void)Install(&Handle, &Protocol, Interface);
   return Handle;
 }
 

@@ -53,9 +53,9 @@ public:
   // Ends the watches of an event that is being closed.
   void ForgetEvent(EFI_EVENT Event);
 
-  // What other modules of the platform do: install on a new handle (or on Onto), and take away again. A
-  // protocol that is already, or not, there ends the run: the test itself is wrong.
-  EFI_HANDLE InstallHost(const EFI_GUID &Protocol, VOID *Interface, EFI_HANDLE Onto = nullptr);
+  // What other modules of the platform do: install on a new handle, and take away again. A protocol that is
+  // not there ends the run: the test itself is wrong.
+  EFI_HANDLE InstallHost(const EFI_GUID &Protocol, VOID *Interface);
   void UninstallHost(EFI_HANDLE Handle, const EFI_GUID &Protocol);
 
   // Host-side view: how many handles carry Protocol, the first interface (NULL when none), the watches alive.

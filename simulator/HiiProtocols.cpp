@@ -38,7 +38,7 @@ bool IsBadProbe(const UINTN *Size, const VOID *Buffer) {
 }
 
 EFI_STATUS EFIAPI NewPackageList(const EFI_HII_DATABASE_PROTOCOL *This,
-                                 const EFI_HII_PACKAGE_LIST_HEADER *List, EFI_HANDLE Driver,
+                                 const EFI_HII_PACKAGE_LIST_HEADER *List, EFI_HANDLE,
                                  EFI_HII_HANDLE *Handle) {
   HiiProtocols &Hii = EnterMember("NewPackageList", This);
   const EFI_STATUS Scripted = Hii.NewPackageListCalls.NextCall();
@@ -49,7 +49,7 @@ EFI_STATUS EFIAPI NewPackageList(const EFI_HII_DATABASE_PROTOCOL *This,
     return Scripted;
   }
   std::string Why;
-  const EFI_HII_HANDLE Fresh = Hii.Store.Add(List, Driver, Why);
+  const EFI_HII_HANDLE Fresh = Hii.Store.Add(List, Why);
   if (Fresh == nullptr) {
     // Real databases do not look this closely, so a driver that passes such a list breaks later, elsewhere.
     ReportFault("NewPackageList: " + Why);

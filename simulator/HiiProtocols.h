@@ -15,7 +15,7 @@ public:
   EFI_HII_DATABASE_PROTOCOL Database;
   EFI_HII_STRING_PROTOCOL String;
 
-  // What the interfaces work on. Removing a list is done here, by the host.
+  // What the interfaces work on.
   HiiStore Store;
 
   // Failures in front of the working members.

@@ -176,7 +176,7 @@ std::string HiiStore::PackageList::Languages() const {
   return Joined;
 }
 
-EFI_HII_HANDLE HiiStore::Add(const VOID *List, EFI_HANDLE Driver, std::string &Why) {
+EFI_HII_HANDLE HiiStore::Add(const VOID *List, std::string &Why) {
   const auto *Start = static_cast<const UINT8 *>(List);
   const UINTN Size = ByteReader(Start + sizeof(EFI_GUID), sizeof(UINT32)).Number(4);
   if (Size < mListHeaderSize + mPackageHeaderSize || Size > mLongestList) {
@@ -184,8 +184,6 @@ EFI_HII_HANDLE HiiStore::Add(const VOID *List, EFI_HANDLE Driver, std::string &W
     return nullptr;
   }
   auto Fresh = std::make_unique<PackageList>();
-  std::memcpy(&Fresh->Guid, Start, sizeof(EFI_GUID));
-  Fresh->Driver = Driver;
   Fresh->Bytes.assign(Start, Start + Size);
   Why = ReadPackages(*Fresh);
   if (!Why.empty()) {
@@ -193,17 +191,6 @@ EFI_HII_HANDLE HiiStore::Add(const VOID *List, EFI_HANDLE Driver, std::string &W
   }
   Lists_.push_back(std::move(Fresh));
   return Lists_.back().get();
-}
-
-bool HiiStore::Remove(EFI_HII_HANDLE Handle) {
-  const auto Found =
-      std::find_if(Lists_.begin(), Lists_.end(), [&](const auto &List) { return List.get() == Handle; });
-  if (Found == Lists_.end()) {
-    return false;
-  }
-  Removed_.push_back(std::move(*Found));
-  Lists_.erase(Found);
-  return true;
 }
 
 const HiiStore::PackageList *HiiStore::Find(EFI_HII_HANDLE Handle) const {

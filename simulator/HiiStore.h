@@ -5,7 +5,6 @@
 
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,8 +18,6 @@ public:
   };
 
   struct PackageList {
-    EFI_GUID Guid;
-    EFI_HANDLE Driver;
     // The whole list as it came, header and end package included.
     std::vector<UINT8> Bytes;
     std::vector<UINT8> Types;
@@ -35,10 +32,7 @@ public:
   // the reason in Why: lengths that do not fit, no end package, a string package with a bad header, a block
   // cut off, an unknown block type, anything behind the end. Of string blocks it knows END, STRING_UCS2,
   // STRINGS_UCS2, DUPLICATE, SKIP1 and SKIP2.
-  EFI_HII_HANDLE Add(const VOID *List, EFI_HANDLE Driver, std::string &Why);
-
-  // FALSE for a handle that is not in the store.
-  bool Remove(EFI_HII_HANDLE Handle);
+  EFI_HII_HANDLE Add(const VOID *List, std::string &Why);
 
   // NULL for a handle that is not in the store.
   const PackageList *Find(EFI_HII_HANDLE Handle) const;
@@ -48,6 +42,4 @@ public:
 
 private:
   std::vector<std::unique_ptr<PackageList>> Lists_;
-  // Removed lists keep their addresses, so that no handle is given out twice.
-  std::vector<std::unique_ptr<PackageList>> Removed_;
 };

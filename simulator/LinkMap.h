@@ -30,7 +30,6 @@ public:
   static std::shared_ptr<const LinkMap> OfProcess();
   static UINT64 ProcessBase();
 
-  bool Empty() const { return Symbols_.empty(); }
   std::optional<Symbol> Find(const std::string &Name) const;
 
   // "Name+0x12" for the symbol at or below Rva; empty when there is none.

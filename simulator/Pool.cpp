@@ -29,6 +29,7 @@ namespace {
 constexpr UINTN mFrontGuard = 24;
 constexpr UINTN mBackGuard = 32;
 constexpr UINT8 mGuardByte = 0xC7;
+constexpr UINTN mCapacity = UINTN{1} << 30;
 constexpr UINTN mKeptBytesLimit = UINTN{4} << 20;
 constexpr UINTN mKeptBlocksLimit = 4096;
 
@@ -89,7 +90,7 @@ EFI_STATUS Pool::Allocate(EFI_MEMORY_TYPE Type, UINTN Size, VOID **Buffer, const
   if (Scripted != EFI_SUCCESS) {
     return Scripted;
   }
-  if (Size > Capacity_ - std::min(Capacity_, Figures_.LiveBytes)) {
+  if (Size > mCapacity - Figures_.LiveBytes) {
     return EFI_OUT_OF_RESOURCES;
   }
   auto *Start = static_cast<UINT8 *>(std::malloc(mFrontGuard + Size + mBackGuard));

@@ -42,8 +42,8 @@ public:
   Pool &operator=(const Pool &) = delete;
 
   // AllocatePool. EFI_INVALID_PARAMETER for a NULL place and for types that no pool is made of,
-  // EFI_OUT_OF_RESOURCES as scripted or beyond the capacity; a failed call leaves garbage in the place, as
-  // the standard leaves it undefined.
+  // EFI_OUT_OF_RESOURCES as scripted or beyond 1 GiB of live bytes; a failed call leaves garbage in the
+  // place, as the standard leaves it undefined.
   EFI_STATUS Allocate(EFI_MEMORY_TYPE Type, UINTN Size, VOID **Buffer, const VOID *Caller);
 
   // FreePool. A block released before and an address never handed out are faults and EFI_INVALID_PARAMETER; a
@@ -65,9 +65,6 @@ public:
   // Shows every block to Observer just before it is released and filled. An empty function ends it.
   void ObserveFree(std::function<void(const Block &)> Observer) { Observer_ = std::move(Observer); }
 
-  // Most bytes that may be live at once; 1 GiB unless set.
-  void SetCapacity(UINTN Bytes) { Capacity_ = Bytes; }
-
   // Reports each damaged guard of an open block and each released block that was written to since, once.
   void CheckGuards();
 
@@ -88,7 +85,6 @@ private:
   void DropOldest();
 
   const bool Plain_;
-  UINTN Capacity_ = UINTN{1} << 30;
   Statistics Figures_{};
   ScriptedStatus Script_;
   std::map<UINTN, std::function<void()>> Hooks_;

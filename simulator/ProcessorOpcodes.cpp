@@ -162,8 +162,8 @@ UINTN VectorLength(const UINT8 *Code, UINTN Available) {
   return Map == 0 || Map > 3 || Address == 0 ? 0 : Before + Address + Immediate;
 }
 
-} // namespace
-
+// Length in bytes of the 64-bit-mode instruction at Code, of which Available bytes may be read; 0 if it is
+// not known (Intel 64 manual, volume 2, chapter 2 and appendix A).
 UINTN InstructionLength(const UINT8 *Code, UINTN Available) {
   const PREFIXES Prefixes = ReadPrefixes(Code, Available);
   UINTN Length = Prefixes.Length;
@@ -196,6 +196,8 @@ UINTN InstructionLength(const UINT8 *Code, UINTN Available) {
   Length += Tail.Immediate;
   return Tail.Known && Length <= Available ? Length : 0;
 }
+
+} // namespace
 
 std::vector<ProcessorOpcodePlace> FindProcessorOpcodes(const UINT8 *Code, UINTN Size) {
   std::vector<ProcessorOpcodePlace> Places;

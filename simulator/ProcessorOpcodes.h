@@ -16,10 +16,6 @@ struct ProcessorOpcodePlace {
   UINTN OperandBytes; // rdrand and rdseed: 2, 4 or 8.
 };
 
-// Length in bytes of the 64-bit-mode instruction at Code, of which Available bytes may be read; 0 if it is
-// not known (Intel 64 manual, volume 2, chapter 2 and appendix A).
-UINTN InstructionLength(const UINT8 *Code, UINTN Available);
-
 // Decodes [Code, Code + Size) instruction by instruction, so that nothing inside another instruction is taken
 // for an opcode, and stops at the first one that is not known.
 std::vector<ProcessorOpcodePlace> FindProcessorOpcodes(const UINT8 *Code, UINTN Size);

@@ -93,7 +93,11 @@ ProcessorScript::ProcessorScript(const DriverTarget &Target)
 }
 
 ProcessorScript::~ProcessorScript() {
-  Undo();
+  for (Place &Each : Places_) {
+    if (Each.Patched) {
+      Overwrite(Each, Each.Original);
+    }
+  }
   mLiving = nullptr;
 }
 
@@ -156,19 +160,6 @@ void ProcessorScript::SetTimeStamp(TimeSource Source) {
   TimeStamp_ = std::move(Source);
 }
 
-void ProcessorScript::Undo() {
-  for (Place &Each : Places_) {
-    if (Each.Patched) {
-      Overwrite(Each, Each.Original);
-      Each.Patched = false;
-    }
-  }
-  Features_ = {};
-  Rdrand_ = nullptr;
-  Rdseed_ = nullptr;
-  TimeStamp_ = nullptr;
-}
-
 bool ProcessorScript::OnUndefined(const siginfo_t &, ucontext_t &Context) {
   greg_t *Registers = Context.uc_mcontext.gregs;
   const UINT8 *Address = reinterpret_cast<const UINT8 *>(Registers[REG_RIP]);
@@ -178,7 +169,6 @@ bool ProcessorScript::OnUndefined(const siginfo_t &, ucontext_t &Context) {
   for (const Place &Each : mLiving->Places_) {
     if (Each.Address == Address && Each.Patched) {
       const ProcessorOpcodePlace Instruction = Each.Instruction;
-      ++mLiving->Answered_[static_cast<UINTN>(Instruction.Opcode)];
       mLiving->Answer(Instruction, Registers);
       Registers[REG_RIP] += static_cast<greg_t>(Instruction.Length);
       return true;
@@ -282,14 +272,6 @@ ProcessorScript::TimeSource ProcessorScript::Counting(UINT64 First, UINT64 Step)
   return [Next = First, Step]() mutable {
     const UINT64 Value = Next;
     Next += Step;
-    return Value;
-  };
-}
-
-ProcessorScript::TimeSource ProcessorScript::List(std::vector<UINT64> Values) {
-  return [Values = std::move(Values), Next = size_t{0}]() mutable {
-    const UINT64 Value = Values.at(Next);
-    Next += Next + 1 < Values.size() ? 1 : 0;
     return Value;
   };
 }

@@ -21,7 +21,7 @@ public:
   using RandomSource = std::function<std::optional<UINT64>()>;
   using TimeSource = std::function<UINT64()>;
 
-  // Target must outlive the script, or at least its Undo. One script lives at a time.
+  // Target must outlive the script; destruction puts every instruction back. One script lives at a time.
   explicit ProcessorScript(const DriverTarget &Target);
   ~ProcessorScript();
   ProcessorScript(const ProcessorScript &) = delete;
@@ -39,12 +39,6 @@ public:
   // The four setters throw LoadError when the driver holds no such instruction in a routine that is known by
   // name: an image without link map, for one.
 
-  // Puts every instruction back and forgets the script.
-  void Undo();
-
-  // How often the script has answered this instruction.
-  UINT64 Answered(ProcessorOpcode Opcode) const { return Answered_[static_cast<UINTN>(Opcode)]; }
-
   static bool NativelyPresent(Feature Which);
 
   static RandomSource Failing();
@@ -53,7 +47,6 @@ public:
   static RandomSource PseudoRandom(UINT64 Seed);
   static TimeSource Constant(UINT64 Value);
   static TimeSource Counting(UINT64 First, UINT64 Step);
-  static TimeSource List(std::vector<UINT64> Values); // Not empty; the last one stays.
 
 private:
   struct Place {
@@ -76,6 +69,5 @@ private:
   RandomSource Rdrand_;
   RandomSource Rdseed_;
   TimeSource TimeStamp_;
-  std::array<UINT64, 4> Answered_ = {};
   SignalHandler Handler_;
 };

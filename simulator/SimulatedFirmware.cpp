@@ -110,11 +110,6 @@ void SimulatedFirmware::AddConfiguration(const EFI_GUID &Guid, VOID *Table) {
   PublishConfiguration();
 }
 
-void SimulatedFirmware::RemoveConfiguration(const EFI_GUID &Guid) {
-  std::erase_if(Configuration_, [&](const auto &Entry) { return SameGuid(Entry.VendorGuid, Guid); });
-  PublishConfiguration();
-}
-
 void SimulatedFirmware::PublishConfiguration() {
   // A fresh copy each time, of exactly the right size, so that a sanitizer sees a walk beyond it.
   std::vector<EFI_CONFIGURATION_TABLE>(Configuration_).swap(Configuration_);
@@ -130,16 +125,16 @@ void SimulatedFirmware::SignalReadyToBoot() {
 std::vector<Leak> SimulatedFirmware::Leaks() const {
   std::vector<Leak> All;
   for (const Pool::Block &Open : Memory.OpenBlocks()) {
-    All.push_back({LeakKind::PoolBlock, DescribePlace(Open.Caller), Open.Number, Open.Size,
+    All.push_back({LeakKind::PoolBlock, DescribePlace(Open.Caller), Open.Number,
                    std::to_string(Open.Size) + " bytes of memory type " + std::to_string(Open.Type)});
   }
   for (const EventQueue::Event *Open : Events.OpenEvents()) {
     All.push_back(
-        {LeakKind::Event, DescribePlace(Open->Caller), Open->Number, 0,
+        {LeakKind::Event, DescribePlace(Open->Caller), Open->Number,
          "TPL " + std::to_string(Open->Tpl) + (Open->Group ? ", group " + GuidText(*Open->Group) : "")});
   }
   for (const HandleDatabase::Watch *Open : Handles.OpenWatches()) {
-    All.push_back({LeakKind::ProtocolWatch, DescribePlace(Open->Caller), Open->Number, 0,
+    All.push_back({LeakKind::ProtocolWatch, DescribePlace(Open->Caller), Open->Number,
                    "protocol " + GuidText(Open->Protocol)});
   }
   return All;

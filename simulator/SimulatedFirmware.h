@@ -31,9 +31,7 @@ struct Leak {
   LeakKind Kind;
   std::string Place;
   UINTN Number;
-  // Bytes of a pool block, 0 otherwise.
-  UINTN Size;
-  // The memory type, the level and group, or the protocol.
+  // Size and memory type, the level and group, or the protocol.
   std::string Detail;
 
   // One line with all of it.
@@ -63,10 +61,9 @@ public:
   // A handle to start a driver with.
   EFI_HANDLE ImageHandle() const { return ImageHandle_; }
 
-  // The configuration table, which starts empty. An entry goes to the end, also when its GUID is there
-  // already; removing takes all entries of the GUID. Both give the table a new place and a new checksum.
+  // Adds to the configuration table, which starts empty. An entry goes to the end, also when its GUID is
+  // there already, and gives the table a new place and a new checksum.
   void AddConfiguration(const EFI_GUID &Guid, VOID *Table);
-  void RemoveConfiguration(const EFI_GUID &Guid);
 
   // Adds the entry that leads to the list, which must outlive the boot.
   void AddHobList(HobList &List) { AddConfiguration(mEfiHobListGuid, List.Start()); }
@@ -77,8 +74,7 @@ public:
   // Everything still open, in the order in which it was made: pool blocks, then events, then watches.
   std::vector<Leak> Leaks() const;
 
-  // Errors of the driver so far. Take… hands them over and forgets them.
-  const std::vector<std::string> &Faults() const { return Faults_; }
+  // Hands over the errors of the driver so far and forgets them.
   std::vector<std::string> TakeFaults();
   void AddFault(std::string Text) { Faults_.push_back(std::move(Text)); }
 

@@ -38,7 +38,3 @@ void Variables::Set(const std::u16string &Name, const EFI_GUID &Vendor, const st
                     UINT32 Attributes) {
   Entries_[{GuidText(Vendor), Name}] = {Attributes, Data};
 }
-
-void Variables::Remove(const std::u16string &Name, const EFI_GUID &Vendor) {
-  Entries_.erase({GuidText(Vendor), Name});
-}

@@ -1,5 +1,4 @@
-// The variable store behind GetVariable (UEFI 2.10, section 8.2). The driver only reads; a test sets and
-// removes.
+// The variable store behind GetVariable (UEFI 2.10, section 8.2). The driver only reads; a test sets.
 #pragma once
 
 #include <map>
@@ -19,7 +18,6 @@ public:
   // Stores Data as the variable's bytes, as they are: a text without its NUL is a text without its NUL.
   void Set(const std::u16string &Name, const EFI_GUID &Vendor, const std::string &Data,
            UINT32 Attributes = EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS);
-  void Remove(const std::u16string &Name, const EFI_GUID &Vendor);
 
   ScriptedStatus GetVariableCalls;
 

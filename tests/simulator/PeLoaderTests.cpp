@@ -1,7 +1,5 @@
 // The loader against a valid image and against every way of damaging one. Damaged files must be refused for
 // the reason that is wrong with them, and never crash the loader.
-#include <set>
-
 #include <gtest/gtest.h>
 
 #include "simulator/PeLoader.h"
@@ -167,21 +165,12 @@ TEST(PeLoaderTest, LeavesGapsUnreachable) {
 
 TEST(PeLoaderTest, AppliesRelocationsAndZeroesTheRest) {
   const LoadedImage Image{PeSampleFile()};
+  EXPECT_NE(Image.Base(), Image.Headers().PreferredBase);
   std::vector<UINT64> Expected(mPeDataSize / 8);
   Expected[0] = Image.Base() + mPeTextRva;
   Expected[1] = Image.Base() + mPeDataRva + 0x10;
   EXPECT_EQ(std::memcmp(reinterpret_cast<void *>(Image.Base() + mPeDataRva), Expected.data(), mPeDataSize),
             0);
-}
-
-TEST(PeLoaderTest, LoadsSomewhereElseEachTime) {
-  std::set<UINT64> Bases;
-  for (int Time = 0; Time < 8; ++Time) {
-    const LoadedImage Image{PeSampleFile()};
-    EXPECT_EQ(Image.Base() % 0x1000, 0u);
-    Bases.insert(Image.Base());
-  }
-  EXPECT_GT(Bases.size(), 1u);
 }
 
 TEST(PeLoaderTest, RefusesWhatIsNoFile) {

@@ -24,7 +24,7 @@ Data:
 
   routine Entry; lea rax, [rcx + rdx]; ret
 
-  routine Digits // Eight arguments as hexadecimal digits, the first one leading.
+  routine BadDigits // Eight arguments as hexadecimal digits, the first one leading; r13 is not kept.
   mov rax, rcx
   .irp Register, rdx, r8, r9
   shl rax, 4; add rax, \Register
@@ -32,7 +32,7 @@ Data:
   .irp Slot, 4, 5, 6, 7
   shl rax, 4; add rax, [rsp + 8 + 8 * \Slot]
   .endr
-  ret
+  xor r13, r13; ret
 
   routine CmosRead; mov al, cl; mov dx, 0x70; out dx, al; inc dx; in al, dx; movzx eax, al; ret
   routine CmosReadImmediate; mov rax, rcx; out 0x70, al; in al, 0x71; ret
@@ -74,8 +74,8 @@ Data:
   xorps \Register, \Register
   .endr
   stmxcsr [rsp + 8]; or byte ptr [rsp + 8], 0x20; ldmxcsr [rsp + 8]; ret // The flag of inexact results.
-  routine Use_ymm0; vxorps ymm0, ymm0, ymm0; ret
-  routine Use_ymm9; vxorps ymm9, ymm9, ymm9; ret
+  routine Break_ymm0; vxorps ymm0, ymm0, ymm0; ret
+  routine Break_ymm9; vxorps ymm9, ymm9, ymm9; ret
 
   routine Touch // The byte rcx below the stack pointer.
   mov rax, rsp; sub rax, rcx; mov byte ptr [rax], 1; ret

@@ -1,14 +1,11 @@
 // Holds the tables to UEFI 2.10, sections 4.2 to 4.6, the hand-off blocks to PI 1.7, volume 3, section 5, and
-// the firmware to its account of what a driver leaves behind, also after a boot that was stopped.
-#include <csetjmp>
+// the firmware to its account of what a driver leaves behind.
 #include <cstring>
 
 #include <zlib.h>
 
-#include "simulator/DriverCall.h"
 #include "simulator/Faults.h"
 #include "tests/simulator/FirmwareTest.h"
-#include "uefi/EventGroups.h"
 #include "uefi/Hob.h"
 
 namespace {
@@ -152,48 +149,6 @@ TEST(FirmwareAccount, LeaksNameWhatIsOpenAndWhereItWasMade) {
   { SimulatedFirmware Firmware; }
   EXPECT_TRUE(SimulatedFirmware::LastLeaks().empty());
   EXPECT_TRUE(SimulatedFirmware::LastFaults().empty());
-}
-
-jmp_buf OutOfTheBoot;
-
-// A boot that stops inside a notification leaves by a jump through the service that dispatched it, whichever
-// that was; what it left behind can still be seen, and the next firmware starts clean.
-TEST(FirmwareAccount, AStoppedBootCanBeInspectedAndDestroyed) {
-  const EFI_EVENT_NOTIFY Stop = [](EFI_EVENT, VOID *) EFIAPI { std::longjmp(OutOfTheBoot, 1); };
-  static SimulatedFirmware *Firmware;
-  static EFI_EVENT Event;
-  static VOID *Block;
-  const struct {
-    size_t Leaks;
-    void (*Run)();
-  } Rows[] = {
-      {2, [] { Firmware->BootServices()->SignalEvent(Event); }},
-      {2, [] { Firmware->SignalReadyToBoot(); }},
-      {2, [] { Firmware->Handles.InstallHost(mGuidA, nullptr); }},
-      {3,
-       [] {
-         Firmware->Memory.OnCall(1, [] { Firmware->BootServices()->SignalEvent(Event); });
-         Firmware->BootServices()->AllocatePool(EfiBootServicesData, 9, &Block);
-       }},
-  };
-  for (const auto &Row : Rows) {
-    SCOPED_TRACE(testing::Message() << "row " << &Row - Rows);
-    const auto Owner = std::make_unique<SimulatedFirmware>();
-    Firmware = Owner.get();
-    EFI_BOOT_SERVICES *Boot = Owner->BootServices();
-    VOID *Place = nullptr;
-    Boot->CreateEventEx(EVT_NOTIFY_SIGNAL, TPL_NOTIFY, Stop, nullptr, &mEfiEventGroupReadyToBootGuid, &Event);
-    Boot->RegisterProtocolNotify(&mGuidA, Event, &Place);
-    if (setjmp(OutOfTheBoot) == 0) {
-      Row.Run();
-      ADD_FAILURE() << "came back";
-    }
-    AbandonDriverCalls();
-    EXPECT_EQ(Owner->Events.Notifications().size(), 1u);
-    EXPECT_EQ(Owner->Leaks().size(), Row.Leaks);
-    EXPECT_EQ(Owner->TakeFaults(), std::vector<std::string>{});
-    EXPECT_EQ(Boot->LocateProtocol(&mGuidB, nullptr, &Place), EFI_NOT_FOUND);
-  }
 }
 
 } // namespace

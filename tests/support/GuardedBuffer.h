@@ -16,6 +16,12 @@ public:
   UINTN Size() const { return Size_; }
   Bytes Content() const { return Bytes(Memory_.begin() + Begin(), Memory_.begin() + Begin() + Length()); }
 
+  // The first Size bytes, with a gtest failure when more have been written to.
+  Bytes Taken(UINTN Size) const {
+    EXPECT_TRUE(OnlyWritten(Size));
+    return Bytes(Memory_.begin() + Begin(), Memory_.begin() + Begin() + static_cast<std::ptrdiff_t>(Size));
+  }
+
   // Nothing but the first Written bytes has been written to.
   bool OnlyWritten(UINTN Written) const {
     auto First = Memory_.begin();

@@ -17,7 +17,7 @@ struct SweepScenario {
   // What the undisturbed call answers.
   UINT64 Success;
   // What it may answer when an allocation fails; the success is always allowed.
-  std::vector<UINT64> Failures;
+  std::vector<UINT64> Failures = {};
   // Check and release the results of a success; check that a failure wrote nothing.
   std::function<void()> AfterSuccess = [] {};
   std::function<void()> AfterFailure = [] {};
