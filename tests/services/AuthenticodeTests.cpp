@@ -47,7 +47,6 @@ protected:
   void SetUp() override { SetClock(Firmware(), 1); }
 
   static Bytes Signature(const std::string &Name) { return Signatures().Read(Name + ".sig"); }
-  static Bytes Cert(const std::string &Name) { return TestPki().Read(Name + ".der"); }
   static Bytes DigestOf(const Bytes &Signed) { return DerFind(Signed, mDigest).Content; }
 
   bool Verify(const Bytes &Signed, const std::string &Trusted, const Bytes &Digest) {
@@ -251,18 +250,6 @@ TEST_F(AuthenticodeTest, RefusedArguments) {
     EXPECT_EQ(Service(Signed.data(), Size, Root.data(), Root.size(), Digest.data(), Length), Length == 0)
         << Length;
   }
-}
-
-TEST_F(AuthenticodeTest, EveryAllocationMayFail) {
-  const Bytes Signed = Signature("chain");
-  const Bytes Digest = DigestOf(Signed);
-  SweepScenario Scenario;
-  Scenario.Name = "SvcAuthenticodeVerify";
-  Scenario.Call = [&]() -> UINT64 { return Verify(Signed, "root", Digest); };
-  Scenario.Success = TRUE;
-  Scenario.Stride = StrideOfBuild(17);
-  Scenario.Failures = {FALSE};
-  EXPECT_GT(SweepAllocations(Session(), Scenario), 10U);
 }
 
 } // namespace

@@ -248,31 +248,6 @@ TEST_F(DataListTest, NothingIsCopiedButSignatureAndModulus) {
   EXPECT_LT(Peak, Message.size());
 }
 
-TEST_F(DataListTest, SurvivesEveryAllocationFailure) {
-  const Bytes Message = Pattern(100);
-  const RsaTestKey &Key = RsaTestKey::Load("type3-private");
-  const Bytes Signature = SignMessage(Svc(), Key, HASH_TYPE_SHA256, Message);
-  const Bytes Modulus = Reversed(Key.N());
-  GrowHeapTable(Svc());
-  SweepScenario Scenario;
-  Scenario.Success = EFI_SUCCESS;
-  Scenario.Failures = {EFI_OUT_OF_RESOURCES, EFI_NOT_READY, EFI_SECURITY_VIOLATION};
-  Scenario.Name = "SvcVerifyDataListWithKey";
-  Scenario.Call = [&] { return Verify({Message}, Modulus, Signature, HASH_TYPE_SHA256); };
-  SweepAllocations(Session(), Scenario);
-  const VOID *Data = Message.data();
-  const UINTN Size = Message.size();
-  Scenario.Name = "SvcVerifyDataListWithBuiltinKeys";
-  Scenario.Call = [&] {
-    KeyValid = mUnchanged;
-    return Svc().SvcVerifyDataListWithBuiltinKeys(&Data, &Size, 1, Signature.data(), Signature.size(), 3,
-                                                  &KeyValid, HASH_TYPE_SHA256);
-  };
-  Scenario.AfterSuccess = [&] { EXPECT_EQ(KeyValid, 1U); };
-  Scenario.AfterFailure = [&] { EXPECT_EQ(KeyValid, mUnchanged); };
-  SweepAllocations(Session(), Scenario);
-}
-
 // The four working buffers, the context, the components, and the verification.
 TEST_F(DataListTest, TheStepThatFailsDecidesTheAnswer) {
   const Bytes Message = Pattern(100);

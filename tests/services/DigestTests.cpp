@@ -1,31 +1,11 @@
-// SHA-1, SHA-256 and MD5 through slots 2 and 6 to 13: known answers, every
-// refusal in its order, and the one-shot service against the streaming ones.
+// SHA-1, SHA-256 and MD5 through slots 2 and 6 to 13: every refusal in its order, and the one-shot service
+// against the streaming ones. More known answers: tests/vectors.
 #include <gtest/gtest.h>
 
 #include "tests/support/DriverTest.h"
 #include "tests/support/GuardedBuffer.h"
-#include "tests/support/Sweep.h"
 
 namespace {
-
-// RFC 1321 appendix A.5, FIPS 180-4 examples.
-struct KnownAnswer {
-  HASH_TYPE Type;
-  const char *Message;
-  const char *Digest;
-};
-
-constexpr KnownAnswer mKnownAnswers[] = {
-    {HASH_TYPE_MD5, "abc", "900150983cd24fb0d6963f7d28e17f72"},
-    {HASH_TYPE_MD5, "12345678901234567890123456789012345678901234567890123456789012345678901234567890",
-     "57edf4a22be3c955ac49da2e2107b67a"},
-    {HASH_TYPE_SHA1, "abc", "a9993e364706816aba3e25717850c26c9cd0d89d"},
-    {HASH_TYPE_SHA1, "abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq",
-     "84983e441c3bd26ebaae4aa1f95129e5e54670f1"},
-    {HASH_TYPE_SHA256, "abc", "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
-    {HASH_TYPE_SHA256, "abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq",
-     "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1"},
-};
 
 class DigestTest : public DriverTest {
 protected:
@@ -43,27 +23,19 @@ protected:
   std::vector<Stream> Streams() {
     return {{HASH_TYPE_SHA1, 96, 20, Svc().SvcSha1GetContextSize, Svc().SvcSha1Init, Svc().SvcSha1Update,
              Svc().SvcSha1Final},
-            {HASH_TYPE_SHA256, 112, 32, Svc().SvcSha256GetContextSize, Svc().SvcSha256Init, Svc().SvcSha256Update,
-             Svc().SvcSha256Final}};
+            {HASH_TYPE_SHA256, 112, 32, Svc().SvcSha256GetContextSize, Svc().SvcSha256Init,
+             Svc().SvcSha256Update, Svc().SvcSha256Final}};
   }
 
   Bytes HashAll(HASH_TYPE Type, const Bytes &Message) {
     GuardedBuffer Digest(64);
     UINTN Size = 64;
+    const UINTN Before = Memory().Calls();
     EXPECT_EQ(Svc().SvcHashAll(Type, Message.data(), Message.size(), Digest.Get(), &Size), EFI_SUCCESS);
-    EXPECT_TRUE(Digest.OnlyWritten(Size));
-    Bytes Result = Digest.Content();
-    Result.resize(Size);
-    return Result;
+    EXPECT_EQ(Memory().Calls() - Before, 1U) << "one context";
+    return Digest.Taken(Size);
   }
 };
-
-TEST_F(DigestTest, KnownAnswers) {
-  for (const KnownAnswer &Row : mKnownAnswers) {
-    std::string Message = Row.Message;
-    EXPECT_EQ(HashAll(Row.Type, Bytes(Message.begin(), Message.end())), FromHex(Row.Digest)) << Row.Digest;
-  }
-}
 
 TEST_F(DigestTest, StreamingEqualsOneShotHoweverTheMessageIsSplit) {
   const Bytes Message = Pattern(1000);
@@ -76,7 +48,8 @@ TEST_F(DigestTest, StreamingEqualsOneShotHoweverTheMessageIsSplit) {
       GuardedBuffer Digest(Row.DigestSize, Step % 7);
       ASSERT_TRUE(Row.Init(Context.Get()));
       for (UINTN Offset = 0; Offset < Message.size(); Offset += Step) {
-        ASSERT_TRUE(Row.Update(Context.Get(), Message.data() + Offset, std::min(Step, Message.size() - Offset)));
+        ASSERT_TRUE(
+            Row.Update(Context.Get(), Message.data() + Offset, std::min(Step, Message.size() - Offset)));
         ASSERT_TRUE(Row.Update(Context.Get(), nullptr, 0));
       }
       ASSERT_TRUE(Row.Final(Context.Get(), Digest.Get()));
@@ -124,6 +97,7 @@ TEST_F(DigestTest, StreamingRefusalsChangeNothing) {
 }
 
 TEST_F(DigestTest, HashAllAnswersInTheOrderOfItsTable) {
+  EXPECT_EQ(HashAll(HASH_TYPE_MD5, {'a', 'b', 'c'}), FromHex("900150983cd24fb0d6963f7d28e17f72"));
   constexpr UINTN Unchanged = 77;
   struct Row {
     HASH_TYPE Type;
@@ -164,47 +138,6 @@ TEST_F(DigestTest, HashAllAnswersInTheOrderOfItsTable) {
   }
   EXPECT_EQ(Svc().SvcHashAll(HASH_TYPE_SHA1, "abc", 3, nullptr, nullptr), EFI_INVALID_PARAMETER);
   EXPECT_EQ(Memory().Calls(), AllocationsBefore) << "a refusal allocates nothing";
-}
-
-TEST_F(DigestTest, HashAllMakesOneAllocationAndSurvivesItsFailure) {
-  for (HASH_TYPE Type : {HASH_TYPE_SHA1, HASH_TYPE_SHA256, HASH_TYPE_MD5}) {
-    GuardedBuffer Digest(40);
-    UINTN Size = 40;
-    SweepScenario Scenario;
-    Scenario.Name = "SvcHashAll, type " + std::to_string(Type);
-    Scenario.Call = [&] {
-      Digest = GuardedBuffer(40);
-      Size = 40;
-      return Svc().SvcHashAll(Type, "abc", 3, Digest.Get(), &Size);
-    };
-    Scenario.Success = EFI_SUCCESS;
-    Scenario.Failures = {EFI_OUT_OF_RESOURCES};
-    Scenario.AfterFailure = [&] { EXPECT_TRUE(Digest.Untouched()); };
-    EXPECT_EQ(SweepAllocations(Session(), Scenario), 1U);
-  }
-}
-
-// The routine that the library picks by the processor's features never changes an answer.
-TEST_F(DigestTest, EveryProcessorGivesTheSameDigests) {
-  const Bytes Message = Pattern(70000);
-  std::vector<Bytes> Expected;
-  for (HASH_TYPE Type : {HASH_TYPE_SHA1, HASH_TYPE_SHA256, HASH_TYPE_MD5}) {
-    Expected.push_back(HashAll(Type, Message));
-  }
-  using Feature = ProcessorScript::Feature;
-  const std::vector<std::vector<Feature>> Removed = {{Feature::Sha}, {Feature::Sha, Feature::Ssse3}};
-  for (const std::vector<Feature> &Row : Removed) {
-    Options.Prepare = [&Row](DriverSession &Starting) {
-      for (Feature Which : Row) {
-        Starting.Processor().SetFeature(Which, false);
-      }
-    };
-    Reboot();
-    UINTN Index = 0;
-    for (HASH_TYPE Type : {HASH_TYPE_SHA1, HASH_TYPE_SHA256, HASH_TYPE_MD5}) {
-      EXPECT_EQ(HashAll(Type, Message), Expected[Index++]);
-    }
-  }
 }
 
 } // namespace

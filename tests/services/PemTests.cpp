@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <ctime>
 
+#include "tests/services/RsaTestKey.h"
 #include "tests/services/TestFolder.h"
 #include "tests/support/Sweep.h"
 
@@ -80,18 +81,10 @@ protected:
       EXPECT_EQ(Context, nullptr) << Name;
       return false;
     }
-    EXPECT_EQ(Component(Context, RsaKeyN), Modulus()) << Name;
+    EXPECT_EQ(Component(Svc(), Context, RsaKeyN), Modulus()) << Name;
     EXPECT_TRUE(SignsAndVerifies(Context)) << Name;
     Svc().SvcRsaFree(Context);
     return true;
-  }
-
-  Bytes Component(VOID *Context, RSA_KEY_TAG Tag) {
-    Bytes Value(1024);
-    UINTN Size = Value.size();
-    EXPECT_TRUE(Svc().SvcRsaGetKey(Context, Tag, Value.data(), &Size));
-    Value.resize(Size);
-    return Value;
   }
 
   bool SignsAndVerifies(VOID *Context) {
@@ -188,9 +181,9 @@ TEST_F(PemTest, TheFirstPrivateKeyOfTheTextDecides) {
 TEST_F(PemTest, AllEightComponentsComeOver) {
   VOID *Context = nullptr;
   ASSERT_TRUE(Open(Keys().Read("plain.pem"), nullptr, &Context));
-  EXPECT_EQ(Component(Context, RsaKeyE), (Bytes{1, 0, 1}));
+  EXPECT_EQ(Component(Svc(), Context, RsaKeyE), (Bytes{1, 0, 1}));
   for (RSA_KEY_TAG Tag : {RsaKeyD, RsaKeyP, RsaKeyQ, RsaKeyDp, RsaKeyDq, RsaKeyQInv}) {
-    EXPECT_GE(Component(Context, Tag).size(), 60U) << "component " << Tag;
+    EXPECT_GE(Component(Svc(), Context, Tag).size(), 60U) << "component " << Tag;
   }
   Svc().SvcRsaFree(Context);
 }
@@ -251,49 +244,6 @@ TEST_F(PemTest, ChangedTextsDoNoHarm) {
         EXPECT_EQ(Context, nullptr);
       }
     }
-  }
-}
-
-TEST_F(PemTest, NothingSecretIsLeftInThePool) {
-  VOID *Context = nullptr;
-  ASSERT_TRUE(Open(Keys().Read("plain.pem"), nullptr, &Context));
-  const Bytes D = Component(Context, RsaKeyD);
-  Svc().SvcRsaFree(Context);
-  const Bytes Part(D.begin() + 40, D.begin() + 56);
-  const Bytes Reversed(Part.rbegin(), Part.rend());
-  for (const char *Name : {"plain", "plain8", "v2-aes-256-cbc", "old-des3"}) {
-    UINTN Found = 0;
-    Memory().ObserveFree([&](const Pool::Block &Block) {
-      for (const Bytes &Searched : {Part, Reversed}) {
-        const UINT8 *Begin = Block.Address;
-        const UINT8 *End = Begin + Block.Size;
-        Found += std::search(Begin, End, Searched.begin(), Searched.end()) != End;
-      }
-    });
-    EXPECT_TRUE(Opens(Name, "secret"));
-    Memory().ObserveFree({});
-    EXPECT_EQ(Found, 0U) << Name;
-  }
-}
-
-TEST_F(PemTest, EveryAllocationMayFail) {
-  for (const char *Name : {"plain8", "old-aes128", "quick2", "quick1"}) {
-    const Bytes Text = Keys().Read(std::string(Name) + ".pem");
-    VOID *Context = nullptr;
-    SweepScenario Scenario;
-    Scenario.Name = std::string("SvcRsaGetPrivateKeyFromPem, ") + Name;
-    Scenario.Call = [&] {
-      Context = &Mark;
-      return Open(Text, "secret", &Context);
-    };
-    Scenario.Success = TRUE;
-    Scenario.Failures = {FALSE};
-    Scenario.AfterSuccess = [&] {
-      EXPECT_EQ(Component(Context, RsaKeyN), Modulus());
-      Svc().SvcRsaFree(Context);
-    };
-    Scenario.AfterFailure = [&] { EXPECT_TRUE(Context == nullptr || Context == &Mark); };
-    EXPECT_GT(SweepAllocations(Session(), Scenario), 10U);
   }
 }
 

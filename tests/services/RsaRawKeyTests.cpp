@@ -113,23 +113,22 @@ TEST_F(RsaRawKeyTest, RefusedArgumentsWriteNothing) {
   const UINT8 *N = Small.N().data();
   const UINT8 *D = Small.Components[RsaKeyD].data();
   const UINT8 *In = Small.N().data();
-  EXPECT_EQ(Table.SvcRsaPublicEncrypt(0, In, N, 64, &Output, &OutputSize), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Table.SvcRsaPublicEncrypt(9, nullptr, N, 64, &Output, &OutputSize), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Table.SvcRsaPublicEncrypt(9, In, nullptr, 64, &Output, &OutputSize), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Table.SvcRsaPublicEncrypt(9, In, N, 0, &Output, &OutputSize), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Table.SvcRsaPublicEncrypt(9, In, N, 64, nullptr, &OutputSize), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Table.SvcRsaPublicEncrypt(9, In, N, 64, &Output, nullptr), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Table.SvcRsaPrivateDecrypt(0, In, N, 64, D, 64, &Output, &OutputSize), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Table.SvcRsaPrivateDecrypt(64, nullptr, N, 64, D, 64, &Output, &OutputSize),
-            EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Table.SvcRsaPrivateDecrypt(64, In, nullptr, 64, D, 64, &Output, &OutputSize),
-            EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Table.SvcRsaPrivateDecrypt(64, In, N, 0, D, 64, &Output, &OutputSize), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Table.SvcRsaPrivateDecrypt(64, In, N, 64, nullptr, 64, &Output, &OutputSize),
-            EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Table.SvcRsaPrivateDecrypt(64, In, N, 64, D, 0, &Output, &OutputSize), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Table.SvcRsaPrivateDecrypt(64, In, N, 64, D, 64, nullptr, &OutputSize), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Table.SvcRsaPrivateDecrypt(64, In, N, 64, D, 64, &Output, nullptr), EFI_INVALID_PARAMETER);
+  for (UINTN Wrong = 0; Wrong < 8; Wrong++) {
+    const auto Pointer = [Wrong](UINTN Place, const UINT8 *Good) { return Wrong == Place ? nullptr : Good; };
+    const UINT32 Size = Wrong == 0 ? 0 : 64;
+    const UINTN NSize = Wrong == 3 ? 0 : 64;
+    UINT8 **To = Wrong == 4 ? nullptr : &Output;
+    UINT32 *ToSize = Wrong == 5 ? nullptr : &OutputSize;
+    if (Wrong < 6) {
+      EXPECT_EQ(Table.SvcRsaPublicEncrypt(Size, Pointer(1, In), Pointer(2, N), NSize, To, ToSize),
+                EFI_INVALID_PARAMETER)
+          << Wrong;
+    }
+    EXPECT_EQ(Table.SvcRsaPrivateDecrypt(Size, Pointer(1, In), Pointer(2, N), NSize, Pointer(6, D),
+                                         Wrong == 7 ? 0 : 64, To, ToSize),
+              EFI_INVALID_PARAMETER)
+        << Wrong;
+  }
   EXPECT_EQ(Memory().Calls(), Before) << "nothing is allocated for these";
   // Numbers that the library cannot hold.
   EXPECT_EQ(Table.SvcRsaPublicEncrypt(9, In, N, 0x80000000, &Output, &OutputSize), EFI_DEVICE_ERROR);
@@ -234,30 +233,6 @@ TEST_F(RsaRawKeyTest, BeforeTheGeneratorIsReady) {
   EXPECT_EQ(Encrypt(Pattern(20), Small.N()), EFI_SUCCESS);
   ASSERT_EQ(Decrypt(Ciphertext, Small.N(), Small.Components[RsaKeyD]), EFI_SUCCESS);
   EXPECT_EQ(Result(), Pattern(20));
-}
-
-TEST_F(RsaRawKeyTest, SurvivesEveryAllocationFailure) {
-  ASSERT_EQ(Encrypt(Pattern(20), Small.N()), EFI_SUCCESS);
-  const Bytes Ciphertext = Result();
-  Release();
-  GrowHeapTable(Svc());
-  EFI_STATUS Status = EFI_SUCCESS;
-  SweepScenario Scenario;
-  Scenario.Success = EFI_SUCCESS;
-  Scenario.Failures = {EFI_OUT_OF_RESOURCES, EFI_DEVICE_ERROR};
-  Scenario.AfterSuccess = [&] { Release(); };
-  Scenario.AfterFailure = [&] {
-    const bool Untouched = Output == Foreign() && OutputSize == mUnchanged;
-    const bool WithoutBlock = Output == nullptr && OutputSize == (Status == EFI_OUT_OF_RESOURCES ? 64 : 0);
-    EXPECT_TRUE(Untouched || WithoutBlock) << OutputSize;
-    Release();
-  };
-  Scenario.Name = "SvcRsaPublicEncrypt";
-  Scenario.Call = [&] { return Status = Encrypt(Pattern(20), Small.N()); };
-  SweepAllocations(Session(), Scenario);
-  Scenario.Name = "SvcRsaPrivateDecrypt";
-  Scenario.Call = [&] { return Status = Decrypt(Ciphertext, Small.N(), Small.Components[RsaKeyD]); };
-  SweepAllocations(Session(), Scenario);
 }
 
 // The context, the components (each a number and its digits), the result block, and the operation.

@@ -5,6 +5,8 @@
 #include <map>
 #include <stdexcept>
 
+#include "tests/support/GuardedBuffer.h"
+
 namespace {
 
 Bytes DecodePem(const std::string &Path) {
@@ -78,6 +80,13 @@ void SetComponents(const CRYPTO_SERVICES_PROTOCOL &Svc, VOID *Context, const Rsa
     const Bytes &Value = Key.Components[Tag];
     EXPECT_TRUE(Svc.SvcRsaSetKey(Context, Tag, Value.data(), Value.size())) << "component " << Tag;
   }
+}
+
+Bytes Component(const CRYPTO_SERVICES_PROTOCOL &Svc, VOID *Context, RSA_KEY_TAG Tag) {
+  UINTN Size = 4096;
+  GuardedBuffer Value(Size);
+  EXPECT_TRUE(Svc.SvcRsaGetKey(Context, Tag, Value.Get(), &Size)) << "component " << Tag;
+  return Value.Taken(Size);
 }
 
 Bytes SignDigest(const CRYPTO_SERVICES_PROTOCOL &Svc, const RsaTestKey &Key, const Bytes &Digest) {

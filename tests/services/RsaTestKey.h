@@ -25,6 +25,9 @@ Bytes Reversed(const Bytes &Value);
 void SetComponents(const CRYPTO_SERVICES_PROTOCOL &Svc, VOID *Context, const RsaTestKey &Key,
                    std::initializer_list<RSA_KEY_TAG> Tags);
 
+// What slot 23 gives out, big-endian; absent and zero are both empty. gtest failures when it refuses.
+Bytes Component(const CRYPTO_SERVICES_PROTOCOL &Svc, VOID *Context, RSA_KEY_TAG Tag);
+
 // The PKCS#1 v1.5 signature of Digest by Key, big-endian, made by slot 25; gtest failures when it is refused.
 Bytes SignDigest(const CRYPTO_SERVICES_PROTOCOL &Svc, const RsaTestKey &Key, const Bytes &Digest);
 

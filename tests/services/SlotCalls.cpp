@@ -158,8 +158,14 @@ void AddBase64() {
   const auto Secrets = SECRETS(FirstOf(SlotMessage(), 60), s.Input);
   const SlotRest Narrowly = {.Prepare = MakeText, .Finish = Take, .Secrets = Secrets};
   const SlotRest Widely = {.Prepare = MakeWideText, .Finish = Take, .Secrets = Secrets};
-  AddCall(54, EncodeWide, {.Prepare = MakeText, .Finish = STEP(TakeMade(s, 2 * s.Size)), .Secrets = Secrets});
-  AddCall(55, Encode, Narrowly);
+  // Where memory runs out before the first character, nothing was encoded.
+  const std::vector<UINT64> Failures = {EFI_OUT_OF_RESOURCES, EFI_LOAD_ERROR};
+  AddCall(54, EncodeWide,
+          {.Prepare = MakeText,
+           .Finish = STEP(TakeMade(s, 2 * s.Size)),
+           .Secrets = Secrets,
+           .Failures = Failures});
+  AddCall(55, Encode, {.Prepare = MakeText, .Finish = Take, .Secrets = Secrets, .Failures = Failures});
   AddCall(56, CALL(SvcBase64DecodeUnicode(FALSE, TRUE, Wide(s), s.Input.size() / 2, &s.Made[0], &s.Size)),
           Widely);
   AddCall(57, CALL(SvcBase64DecodeUnicodeAuto(Wide(s), s.Input.size() / 2, &s.Made[0], &s.Size)), Widely);

@@ -21,8 +21,8 @@ const RsaTestKey &BuiltinKey() {
   return RsaTestKey::Load("type1-private");
 }
 
-// Files of TestPki, and in it a private key encrypted in the old and the new form, and messages and a program
-// signed along a chain. Read once: the calls wait for nothing.
+// Files of TestPki, and in it a private key in the old and the new form, encrypted and clear, and messages
+// and a program signed along a chain. Read once: the calls wait for nothing.
 const Bytes &File(const std::string &Name) {
   static std::map<std::string, Bytes> Contents;
   if (Contents.empty()) {
@@ -32,6 +32,9 @@ const Bytes &File(const std::string &Name) {
                   R"sh(
 openssl rsa -in "$key" -traditional -aes128 -passout "$pass" -out old.pem
 openssl pkcs8 -topk8 -in "$key" -v2 aes-256-cbc -iter 4 -passout "$pass" -out new.pem
+openssl pkcs8 -topk8 -in "$key" -v1 PBE-SHA1-3DES -iter 4 -passout "$pass" -out new1.pem
+openssl rsa -in "$key" -traditional -out clear.pem
+openssl rsa -in "$key" -out clear8.pem
 openssl smime -sign -binary -in message.bin -outform DER -out message.p7 -md sha256 -certfile inter.pem \
   -signer leaf.pem -inkey leaf.key
 rm -f signed.efi signed.sig
@@ -82,11 +85,17 @@ void AddRsa() {
   AddCall(24, CALL(SvcRsaSetKey(s.Object, RsaKeyD, IN(SmallKey().Components[RsaKeyD]))),
           {.Prepare = WithD, .Finish = ReadRsa(RsaKeyD), .Secrets = Secrets});
   AddCall(25, Sign, {.Prepare = Whole, .Finish = FreeRsa, .Secrets = Secrets});
-  AddCall(25, Sign,
-          {.Variant = ", n, e and d alone",
-           .Prepare = WithKey(BuiltinKey, {RsaKeyN, RsaKeyE, RsaKeyD}),
-           .Finish = FreeRsa,
-           .Secrets = [](const SlotStage &) { return Private(BuiltinKey()); }});
+  const struct {
+    const char *Name;
+    std::vector<RSA_KEY_TAG> Tags;
+  } Sets[] = {{", n and d", {RsaKeyN, RsaKeyD}},
+              {", n, e and d", {RsaKeyN, RsaKeyE, RsaKeyD}},
+              {", n, e and the primes", {RsaKeyN, RsaKeyE, RsaKeyP, RsaKeyQ}}};
+  for (const auto &Set : Sets) {
+    AddCall(
+        25, Sign,
+        {.Variant = Set.Name, .Prepare = WithKey(SmallKey, Set.Tags), .Finish = FreeRsa, .Secrets = Secrets});
+  }
   const auto Signed = [](SlotStage &s) {
     s.Input = SignDigest(s.Svc, BuiltinKey(), mDigest);
     WithKey(BuiltinKey, {RsaKeyN, RsaKeyE})(s);
@@ -98,11 +107,18 @@ void AddRsa() {
     All.emplace_back(mPassword, mPassword + sizeof(mPassword) - 1);
     return All;
   };
-  AddCall(27, CALL(SvcRsaGetPrivateKeyFromPem(IN(File("old.pem")), mPassword, &s.Object)),
-          {.Finish = ReadRsa(RsaKeyD), .Secrets = PemSecrets});
-  AddCall(27, CALL(SvcRsaGetPrivateKeyFromPem(IN(File("new.pem")), mPassword, &s.Object)),
-          {.Variant = ", PKCS#8", .Finish = ReadRsa(RsaKeyD), .Secrets = PemSecrets});
-  AddCall(31, RELEASE(SvcRsaFree(s.Object)), {.Prepare = Whole, .Secrets = Secrets});
+  const struct {
+    const char *Name, *File;
+  } Forms[] = {{"", "old.pem"},
+               {", PKCS#8", "new.pem"},
+               {", PKCS#8 in its first form", "new1.pem"},
+               {", clear", "clear.pem"},
+               {", clear PKCS#8", "clear8.pem"}};
+  for (const auto &Form : Forms) {
+    AddCall(27, CALL(SvcRsaGetPrivateKeyFromPem(IN(File(Form.File)), mPassword, &s.Object)),
+            {.Variant = Form.Name, .Finish = ReadRsa(RsaKeyD), .Secrets = PemSecrets});
+  }
+  AddCall(31, RELEASE(SvcRsaFree(s.Object)), {.Prepare = STEP(Whole(s), Sign(s)), .Secrets = Secrets});
 }
 
 void AddRawKeys() {

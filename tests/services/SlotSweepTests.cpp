@@ -1,5 +1,5 @@
-// Allocation failures where the families' own sweeps do not reach: each service as the first use of the
-// library in a boot, and the roads of start-up and of notifications that nobody calls.
+// Allocation failures: in each service as the first use of the library in a boot and with the library set up,
+// and on the roads of start-up and of notifications that nobody calls.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,11 +12,22 @@
 
 namespace {
 
-class SlotSweepTest : public SlotTest {};
+// The streams of HMAC do not tell of a failure: the MAC is the right one, or nothing is written.
+const std::set<UINTN> mSilent = {15, 16, 17};
 
-// The streams of HMAC do not tell of a failure; they and the other slots left out are swept from a cold start
-// by their families.
-const std::set<UINTN> mSweptCold = {15, 16, 17, 46, 47, 49, 54, 55, 56, 57, 58, 59};
+// These write their first blocks before a later one fails.
+const std::set<UINTN> mBlockwise = {49, 50};
+
+// These say the size of their result before they ask for memory.
+const std::set<UINTN> mSizeFirst = {2, 52};
+
+class SlotSweepTest : public SlotTest {
+protected:
+  bool IsRight(const SlotCall &Call, const Bytes &Output) {
+    const bool Unwritten = std::count(Output.begin(), Output.end(), 0xC7) == std::ssize(Output);
+    return Output == Expected(Call).Output || (mSilent.contains(Call.Slot) && Unwritten);
+  }
+};
 
 // Places spread over the whole call, alternately one failure and all from there on.
 TEST_F(SlotSweepTest, EveryServiceFromAColdStart) {
@@ -27,9 +38,6 @@ TEST_F(SlotSweepTest, EveryServiceFromAColdStart) {
     Expected(Call);
   }
   for (const SlotCall &Call : SlotCalls()) {
-    if (mSweptCold.contains(Call.Slot)) {
-      continue;
-    }
     UINTN Allocations = 0;
     const auto Count = [&](SlotStage &, const auto &Make) {
       Allocations = Memory().Calls();
@@ -50,7 +58,8 @@ TEST_F(SlotSweepTest, EveryServiceFromAColdStart) {
           Memory().ClearFailures();
         });
         if (Outcome.Answer == Call.Success) {
-          EXPECT_EQ(Outcome, Expected(Call)) << Call.Name << ", allocation " << Number << ", round " << Round;
+          EXPECT_TRUE(IsRight(Call, Outcome.Output))
+              << Call.Name << ", allocation " << Number << ", round " << Round;
         } else {
           EXPECT_EQ(std::count(Call.Failures.begin(), Call.Failures.end(), Outcome.Answer), 1)
               << Call.Name << " answers " << std::hex << Outcome.Answer << ", allocation " << std::dec
@@ -65,22 +74,41 @@ TEST_F(SlotSweepTest, EveryServiceFromAColdStart) {
   std::cout << "swept cold starts: " << Points << " points\n";
 }
 
-TEST_F(SlotSweepTest, ServicesThatNoOtherTestSweeps) {
+// When the library is set up already.
+TEST_F(SlotSweepTest, EveryServiceAtEveryAllocation) {
   Boot();
-  for (UINTN Slot : {0, 29, 56, 58, 59}) {
-    const SlotCall &Call = *std::find_if(SlotCalls().begin(), SlotCalls().end(),
-                                         [Slot](const SlotCall &Row) { return Row.Slot == Slot; });
-    SlotStage Stage(Svc());
-    Call.Prepare(Stage);
+  for (const SlotCall &Call : SlotCalls()) {
+    Expected(Call);
+    std::optional<SlotStage> Stage;
+    Bytes Before;
+    UINTN Size = 0;
+    VOID *Object = nullptr;
     SweepScenario Scenario;
     Scenario.Name = Call.Name;
-    Scenario.Call = [&] { return Call.Call(Stage); };
+    Scenario.Stride = StrideOfBuild(17);
+    Scenario.Prepare = [&] {
+      Call.Prepare(Stage.emplace(Svc()));
+      Before = Stage->Output;
+      Size = Stage->Size;
+      Object = Stage->Object;
+    };
+    Scenario.Call = [&] { return Call.Call(*Stage); };
     Scenario.Success = Call.Success;
-    Scenario.Stride = StrideOfBuild(9);
     Scenario.Failures = Call.Failures;
-    Scenario.AfterSuccess = [&] { Call.Finish(Stage); };
-    Scenario.AfterFailure = [&] { EXPECT_EQ(Stage.Made[0], nullptr); };
-    EXPECT_GT(SweepAllocations(Session(), Scenario), 10U);
+    Scenario.AfterSuccess = [&] {
+      Call.Finish(*Stage);
+      EXPECT_TRUE(IsRight(Call, Stage->Output)) << Call.Name;
+    };
+    // A refusal writes nothing, and does not stand in the way of the same call with memory.
+    Scenario.AfterFailure = [&] {
+      EXPECT_TRUE(Stage->Output == Before || mBlockwise.contains(Call.Slot)) << Call.Name;
+      EXPECT_TRUE(Stage->Size == Size || mSizeFirst.contains(Call.Slot)) << Call.Name;
+      EXPECT_EQ(Stage->Object, Object) << Call.Name;
+      EXPECT_TRUE(Stage->Made[0] == nullptr && Stage->Made[1] == nullptr) << Call.Name;
+      EXPECT_EQ(Call.Call(*Stage), Call.Success) << Call.Name;
+      Scenario.AfterSuccess();
+    };
+    SweepAllocations(Session(), Scenario);
   }
 }
 

@@ -2,7 +2,6 @@
 // what it answers when the platform refuses.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 
 #include "tests/support/DriverTest.h"

@@ -1,5 +1,5 @@
-// Triple DES through slots 18 to 21: known answers, key layout, weak keys,
-// sizes and refusals.
+// Triple DES through slots 18 to 21: key layout, weak keys, sizes and refusals. More known answers:
+// tests/vectors.
 #include <gtest/gtest.h>
 
 #include "tests/services/CipherSupport.h"
@@ -36,31 +36,6 @@ Bytes Join(const Bytes &First, const Bytes &Second) {
   return Result;
 }
 
-// NIST CAVP, TCBCMMT1 to TCBCMMT3 (single, two-key and three-key).
-TEST_F(TdesTest, KnownAnswers) {
-  OnEachProcessor([&] {
-    struct Row {
-      const char *Key, *Vector, *Plain, *Cipher;
-    };
-    const Row Rows[] = {
-        {"989dd9341aec9efd", "1dad342c0fb3c9b1", "aafe7854d34e6730899599c879dcc28ea0397361b2a19d01",
-         "69ceb8567acbac1b47d91802a235c4e9e4d0af894c533759"},
-        {"e091790be55be0bc0780153861a84adc", "fd7d430f86fbbffe",
-         "03c7fffd7f36499c703dedc9df4de4a92dd4382e576d6ae9",
-         "053aeba85dd3a23bfbe8440a432f9578f312be60fb9f0035"},
-        {"1a5d4c0825072a15a8ad9dfdaeda8c048adffb85bc4fced0", "7fcfa736f7548b6f",
-         "983c3edacd939406010e1bc6ff9e12320ac5008117fa8f84",
-         "d84fa24f38cf451ca2c9adc960120bd8ff9871584fe31cee"},
-    };
-    EXPECT_EQ(Svc().SvcTdesGetContextSize(), mContextSize);
-    for (const Row &Case : Rows) {
-      Bytes Context = MakeContext(FromHex(Case.Key));
-      EXPECT_EQ(Cbc(true, Context, FromHex(Case.Vector), FromHex(Case.Plain)), FromHex(Case.Cipher));
-      EXPECT_EQ(Cbc(false, Context, FromHex(Case.Vector), FromHex(Case.Cipher)), FromHex(Case.Plain));
-    }
-  });
-}
-
 TEST_F(TdesTest, ShorterKeysRepeatTheirParts) {
   const Bytes First = Pattern(8, 1);
   const Bytes Second = Pattern(8, 2);
@@ -71,10 +46,15 @@ TEST_F(TdesTest, ShorterKeysRepeatTheirParts) {
 }
 
 TEST_F(TdesTest, EverySizeInPlaceAndApart) {
+  // NIST CAVP, TCBCMMT3.
+  Bytes Known = MakeContext(FromHex("1a5d4c0825072a15a8ad9dfdaeda8c048adffb85bc4fced0"));
+  EXPECT_EQ(Cbc(true, Known, FromHex("7fcfa736f7548b6f"), FromHex("983c3edacd939406010e1bc6ff9e1232")),
+            FromHex("d84fa24f38cf451ca2c9adc960120bd8"));
   OnEachProcessor([&] {
     const Bytes Message = Pattern(304);
     const Bytes Vector = Pattern(8, 2);
     const UINTN Allocations = Memory().Calls();
+    EXPECT_EQ(Svc().SvcTdesGetContextSize(), mContextSize);
     for (UINTN KeySize : {8, 16, 24}) {
       Bytes Context = MakeContext(Pattern(KeySize, KeySize));
       const Bytes Before = Context;

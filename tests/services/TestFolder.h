@@ -40,6 +40,9 @@ private:
 //   md5, sha1, sha224, sha384, sha512, pss:leaf.key  under root, signed with that digest; pss with SHA-256
 //   ec:ec.key              under root, a P-256 key
 const TestFolder &TestPki();
+inline Bytes Cert(const std::string &Name) {
+  return TestPki().Read(Name + ".der");
+}
 
 // The time at which its certificates begin to be valid: the host's clock, moved to the firmware's by days.
 // Within the range of the driver's time.
