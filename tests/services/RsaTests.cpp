@@ -1,7 +1,9 @@
 // RSA key objects and PKCS#1 signatures through slots 22 to 26 and 31.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <ctime>
+#include <random>
 
 #include "tests/services/RsaTestKey.h"
 #include "tests/support/GuardedBuffer.h"
@@ -250,29 +252,66 @@ TEST_F(RsaTest, VerificationRefusesEverythingButTheSignature) {
   EXPECT_FALSE(Verify(Digest, Signature)) << "no modulus";
 }
 
-// The library's key, made at the first use, goes with every component that is set or cleared.
-TEST_F(RsaTest, EveryChangeCountsFromTheNextUseOn) {
+// Random sequences of settings and uses. A context whose components are all of one key behaves as that key,
+// whatever it held before; one with parts of several refuses or answers something, and never more than that.
+TEST_F(RsaTest, RandomSequencesBehaveAsTheModel) {
+  const RsaTestKey *const Keys[] = {&Small, &Medium, &Large};
   const Bytes Digest = Pattern(20);
-  const std::vector<RSA_KEY_TAG> All(std::begin(mAllTags), std::end(mAllTags));
-  for (const std::vector<RSA_KEY_TAG> &Tags : {All, {RsaKeyN, RsaKeyE, RsaKeyD}}) {
-    for (RSA_KEY_TAG Last : Tags) {
-      for (const RsaTestKey *Key : {&Small, &Medium, &Large}) {
-        const Bytes Expected = SignDigest(Svc(), *Key, Digest);
-        for (RSA_KEY_TAG Tag : Tags) {
-          ASSERT_TRUE(Tag == Last || Set(Tag, Key->Components[Tag]));
-        }
-        Sign(Digest); // with one component of the key before, or none
-        ASSERT_TRUE(Set(Last, Key->Components[Last]));
-        EXPECT_EQ(Sign(Digest), Expected) << Key->Size() << " bytes, component " << Last;
-        EXPECT_TRUE(Verify(Digest, Expected)) << Key->Size() << " bytes, component " << Last;
-      }
-      ASSERT_TRUE(Clear(Last));
-      EXPECT_EQ(Sign(Digest).empty(), Last == RsaKeyN || (Last == RsaKeyD && Tags.size() == 3)) << Last;
-    }
-    for (RSA_KEY_TAG Tag : Tags) {
+  Bytes Signatures[3];
+  for (UINTN Key = 0; Key < 3; Key++) {
+    Signatures[Key] = SignDigest(Svc(), *Keys[Key], Digest);
+  }
+  std::mt19937_64 Random(20);
+  constexpr int Absent = -1;
+  int Owner[8];
+  std::fill(std::begin(Owner), std::end(Owner), Absent);
+  UINTN Signed = 0;
+  UINTN Verified = 0;
+  for (UINTN Step = 0; Step < 1500; Step++) {
+    const auto Tag = static_cast<RSA_KEY_TAG>(Random() % 8);
+    const int Key = static_cast<int>(Random() % 3);
+    switch (Random() % 8) {
+    case 0:
       ASSERT_TRUE(Clear(Tag));
+      Owner[Tag] = Absent;
+      break;
+    case 1:
+      ASSERT_TRUE(Set(Tag, Keys[Key]->Components[Tag]));
+      Owner[Tag] = Key;
+      break;
+    case 2: // a whole key, so that consistent ones are frequent
+      for (RSA_KEY_TAG Each : mAllTags) {
+        ASSERT_TRUE(Set(Each, Keys[Key]->Components[Each]));
+        Owner[Each] = Key;
+      }
+      break;
+    case 3:
+      ASSERT_EQ(Get(Tag), Owner[Tag] == Absent ? Bytes() : Keys[Owner[Tag]]->Components[Tag]);
+      break;
+    case 4:
+    case 5: {
+      const bool OneKey = std::all_of(std::begin(Owner), std::end(Owner),
+                                      [&](int Each) { return Each == Absent || Each == Owner[RsaKeyN]; });
+      const bool Enough = Owner[RsaKeyD] != Absent ||
+                          (Owner[RsaKeyE] != Absent && Owner[RsaKeyP] != Absent && Owner[RsaKeyQ] != Absent);
+      const Bytes Signature = Sign(Digest);
+      if (Owner[RsaKeyN] != Absent && OneKey) {
+        ASSERT_EQ(Signature, Enough ? Signatures[Owner[RsaKeyN]] : Bytes()) << "step " << Step;
+        Signed += Enough;
+      } else if (Owner[RsaKeyN] == Absent || !Enough) {
+        ASSERT_EQ(Signature, Bytes()) << "step " << Step;
+      }
+      break;
+    }
+    default:
+      // The keys share their exponent.
+      ASSERT_EQ(Verify(Digest, Signatures[Key]), Owner[RsaKeyN] == Key && Owner[RsaKeyE] != Absent)
+          << "step " << Step;
+      Verified += Owner[RsaKeyN] == Key && Owner[RsaKeyE] != Absent;
     }
   }
+  EXPECT_GT(Signed, 50U);
+  EXPECT_GT(Verified, 30U);
 }
 
 double ProcessorSeconds() {
