@@ -19,7 +19,8 @@ BOOLEAN Ecb(const VOID *Context, const UINT8 *Input, UINTN InputSize, UINT8 *Out
   return TRUE;
 }
 
-BOOLEAN Cbc(const VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec, UINT8 *Output, int Direction) {
+BOOLEAN Cbc(const VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec, UINT8 *Output,
+            int Direction) {
   if (Context == nullptr || Input == nullptr || InputSize % AES_BLOCK_SIZE != 0 || Ivec == nullptr ||
       Output == nullptr || InputSize > LargestCbcSize) {
     return FALSE;
@@ -32,7 +33,9 @@ BOOLEAN Cbc(const VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT
 
 } // namespace
 
-UINTN EFIAPI SvcAesGetContextSize() { return sizeof(AES_CONTEXT); }
+UINTN EFIAPI SvcAesGetContextSize() {
+  return sizeof(AES_CONTEXT);
+}
 
 BOOLEAN EFIAPI SvcAesInit(VOID *Context, const UINT8 *Key, UINTN KeyLength) {
   if (Context == nullptr || Key == nullptr || (KeyLength != 128 && KeyLength != 192 && KeyLength != 256)) {
@@ -40,14 +43,17 @@ BOOLEAN EFIAPI SvcAesInit(VOID *Context, const UINT8 *Key, UINTN KeyLength) {
   }
   auto *Keys = static_cast<AES_CONTEXT *>(Context);
   int Bits = static_cast<int>(KeyLength);
-  return AES_set_encrypt_key(Key, Bits, &Keys->Encryption) == 0 && AES_set_decrypt_key(Key, Bits, &Keys->Decryption) == 0;
+  return AES_set_encrypt_key(Key, Bits, &Keys->Encryption) == 0 &&
+         AES_set_decrypt_key(Key, Bits, &Keys->Decryption) == 0;
 }
 
-BOOLEAN EFIAPI SvcAesCbcEncrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec, UINT8 *Output) {
+BOOLEAN EFIAPI SvcAesCbcEncrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec,
+                                UINT8 *Output) {
   return Cbc(Context, Input, InputSize, Ivec, Output, AES_ENCRYPT);
 }
 
-BOOLEAN EFIAPI SvcAesCbcDecrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec, UINT8 *Output) {
+BOOLEAN EFIAPI SvcAesCbcDecrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec,
+                                UINT8 *Output) {
   return Cbc(Context, Input, InputSize, Ivec, Output, AES_DECRYPT);
 }
 

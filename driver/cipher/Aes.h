@@ -12,7 +12,9 @@
 // takes at most 0x7FFFFFFF bytes. Output may be Input; Ivec is only read.
 UINTN EFIAPI SvcAesGetContextSize();
 BOOLEAN EFIAPI SvcAesInit(VOID *Context, const UINT8 *Key, UINTN KeyLength);
-BOOLEAN EFIAPI SvcAesCbcEncrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec, UINT8 *Output);
-BOOLEAN EFIAPI SvcAesCbcDecrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec, UINT8 *Output);
+BOOLEAN EFIAPI SvcAesCbcEncrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec,
+                                UINT8 *Output);
+BOOLEAN EFIAPI SvcAesCbcDecrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec,
+                                UINT8 *Output);
 BOOLEAN EFIAPI SvcAesEcbEncrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, UINT8 *Output);
 BOOLEAN EFIAPI SvcAesEcbDecrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, UINT8 *Output);

@@ -27,7 +27,6 @@ void vpaes_cbc_encrypt(const UINT8 *Input, UINT8 *Output, size_t Size, const AES
 // On SSSE3 too, eight blocks at a time, with the schedule of AES_set_decrypt_key. It only decrypts.
 void ossl_bsaes_cbc_encrypt(const UINT8 *Input, UINT8 *Output, size_t Size, const AES_KEY *Key, UINT8 *Vector,
                             int Direction);
-
 }
 
 AesCipher::AesCipher(const AES_CONTEXT &Context, int Direction)
@@ -36,14 +35,17 @@ AesCipher::AesCipher(const AES_CONTEXT &Context, int Direction)
     MoveMemory(&Key_, &Schedule_, sizeof(Key_));
     Key_.rounds--;
   } else if (ProcessorFeatures.Ssse3) {
-    // The schedule for encryption starts with the key itself; it has 10, 12 or 14 rounds for 128, 192 or 256 bits.
+    // The schedule for encryption starts with the key itself; it has 10, 12 or 14 rounds for 128, 192 or 256
+    // bits.
     const auto *UserKey = reinterpret_cast<const UINT8 *>(Context.Encryption.rd_key);
     int Bits = (Context.Encryption.rounds - 6) * 32;
     (void)(Direction == AES_ENCRYPT ? vpaes_set_encrypt_key : vpaes_set_decrypt_key)(UserKey, Bits, &Key_);
   }
 }
 
-AesCipher::~AesCipher() { WipeMemory(&Key_, sizeof(Key_)); }
+AesCipher::~AesCipher() {
+  WipeMemory(&Key_, sizeof(Key_));
+}
 
 void AesCipher::Ecb(const UINT8 *Input, UINT8 *Output, UINTN Size) const {
   if (ProcessorFeatures.AesNi) {

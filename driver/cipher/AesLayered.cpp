@@ -53,8 +53,8 @@ EFI_STATUS AesLayeredPass(const AesCipher *Encryption, const AesCipher *Decrypti
   return EFI_SUCCESS;
 }
 
-EFI_STATUS AesLayeredRunPasses(const AesCipher *Encryption, const AesCipher *Decryption, UINT8 *Output, UINT8 *Buffer,
-                               UINTN Size) {
+EFI_STATUS AesLayeredRunPasses(const AesCipher *Encryption, const AesCipher *Decryption, UINT8 *Output,
+                               UINT8 *Buffer, UINTN Size) {
   if (Encryption == nullptr || Decryption == nullptr || Output == nullptr || Buffer == nullptr || Size == 0) {
     return EFI_INVALID_PARAMETER;
   }
@@ -74,7 +74,8 @@ EFI_STATUS AesLayeredRunPasses(const AesCipher *Encryption, const AesCipher *Dec
 
 EFI_STATUS EFIAPI SvcAesLayeredTransform(UINT8 *Output, const UINT8 *Input, UINTN Size, const UINT8 *Key,
                                          UINTN KeyLength) {
-  if (Input == nullptr || Size == 0 || Size >= SizeLimit || Output == nullptr || Key == nullptr || KeyLength != 256) {
+  if (Input == nullptr || Size == 0 || Size >= SizeLimit || Output == nullptr || Key == nullptr ||
+      KeyLength != 256) {
     return EFI_INVALID_PARAMETER;
   }
   SecretBlock Context(sizeof(AES_CONTEXT));
@@ -87,7 +88,8 @@ EFI_STATUS EFIAPI SvcAesLayeredTransform(UINT8 *Output, const UINT8 *Input, UINT
   }
   BoundedCopy(Buffer.Get(), Size, Input, Size);
   auto *Keys = reinterpret_cast<AES_CONTEXT *>(Context.Get());
-  if (AES_set_encrypt_key(Key, 256, &Keys->Encryption) != 0 || AES_set_decrypt_key(Key, 256, &Keys->Decryption) != 0) {
+  if (AES_set_encrypt_key(Key, 256, &Keys->Encryption) != 0 ||
+      AES_set_decrypt_key(Key, 256, &Keys->Decryption) != 0) {
     return EFI_DEVICE_ERROR;
   }
   AesCipher Encryption(*Keys, AES_ENCRYPT);

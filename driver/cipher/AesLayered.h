@@ -12,13 +12,13 @@
 // of Buffer are decrypted in CBC mode and the remaining bytes in 8-bit CFB mode
 // on it. EFI_INVALID_PARAMETER: a pointer but Vector is NULL or Size is 0;
 // EFI_OUT_OF_RESOURCES: no memory, Buffer as it was.
-[[nodiscard]] EFI_STATUS AesLayeredPass(const AesCipher *Encryption, const AesCipher *Decryption, UINT8 *Buffer,
-                                        UINTN Size, UINT8 *Vector);
+[[nodiscard]] EFI_STATUS AesLayeredPass(const AesCipher *Encryption, const AesCipher *Decryption,
+                                        UINT8 *Buffer, UINTN Size, UINT8 *Vector);
 
 // All passes over Buffer, then its copy to Output, each of Size bytes. The
 // failures are those of a pass, Output untouched.
-[[nodiscard]] EFI_STATUS AesLayeredRunPasses(const AesCipher *Encryption, const AesCipher *Decryption, UINT8 *Output,
-                                             UINT8 *Buffer, UINTN Size);
+[[nodiscard]] EFI_STATUS AesLayeredRunPasses(const AesCipher *Encryption, const AesCipher *Decryption,
+                                             UINT8 *Output, UINT8 *Buffer, UINTN Size);
 
 // Slot 51. Output may be Input. EFI_INVALID_PARAMETER: a pointer is NULL, Size
 // is 0 or 4 GiB and more, or KeyLength (in bits) is not 256;

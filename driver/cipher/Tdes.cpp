@@ -15,22 +15,25 @@ struct TDES_CONTEXT {
 };
 static_assert(sizeof(TDES_CONTEXT) == CRYPTO_SERVICES_TDES_CONTEXT_SIZE);
 
-BOOLEAN Cbc(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec, UINT8 *Output, int Direction) {
-  if (Context == nullptr || Input == nullptr || InputSize % BlockSize != 0 || Ivec == nullptr || Output == nullptr ||
-      InputSize > LargestSize) {
+BOOLEAN Cbc(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec, UINT8 *Output,
+            int Direction) {
+  if (Context == nullptr || Input == nullptr || InputSize % BlockSize != 0 || Ivec == nullptr ||
+      Output == nullptr || InputSize > LargestSize) {
     return FALSE;
   }
   DES_cblock Vector;
   MoveMemory(&Vector, Ivec, sizeof(Vector));
   DES_key_schedule *Schedules = static_cast<TDES_CONTEXT *>(Context)->Schedules;
-  DES_ede3_cbc_encrypt(Input, Output, static_cast<long>(InputSize), &Schedules[0], &Schedules[1], &Schedules[2],
-                       &Vector, Direction);
+  DES_ede3_cbc_encrypt(Input, Output, static_cast<long>(InputSize), &Schedules[0], &Schedules[1],
+                       &Schedules[2], &Vector, Direction);
   return TRUE;
 }
 
 } // namespace
 
-UINTN EFIAPI SvcTdesGetContextSize() { return sizeof(TDES_CONTEXT); }
+UINTN EFIAPI SvcTdesGetContextSize() {
+  return sizeof(TDES_CONTEXT);
+}
 
 BOOLEAN EFIAPI SvcTdesInit(VOID *Context, const UINT8 *Key, UINTN KeyLength) {
   if (Context == nullptr || Key == nullptr || (KeyLength != 64 && KeyLength != 128 && KeyLength != 192)) {
@@ -57,10 +60,12 @@ BOOLEAN EFIAPI SvcTdesInit(VOID *Context, const UINT8 *Key, UINTN KeyLength) {
   return TRUE;
 }
 
-BOOLEAN EFIAPI SvcTdesCbcEncrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec, UINT8 *Output) {
+BOOLEAN EFIAPI SvcTdesCbcEncrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec,
+                                 UINT8 *Output) {
   return Cbc(Context, Input, InputSize, Ivec, Output, DES_ENCRYPT);
 }
 
-BOOLEAN EFIAPI SvcTdesCbcDecrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec, UINT8 *Output) {
+BOOLEAN EFIAPI SvcTdesCbcDecrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec,
+                                 UINT8 *Output) {
   return Cbc(Context, Input, InputSize, Ivec, Output, DES_DECRYPT);
 }

@@ -15,5 +15,7 @@
 // only read.
 UINTN EFIAPI SvcTdesGetContextSize();
 BOOLEAN EFIAPI SvcTdesInit(VOID *Context, const UINT8 *Key, UINTN KeyLength);
-BOOLEAN EFIAPI SvcTdesCbcEncrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec, UINT8 *Output);
-BOOLEAN EFIAPI SvcTdesCbcDecrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec, UINT8 *Output);
+BOOLEAN EFIAPI SvcTdesCbcEncrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec,
+                                 UINT8 *Output);
+BOOLEAN EFIAPI SvcTdesCbcDecrypt(VOID *Context, const UINT8 *Input, UINTN InputSize, const UINT8 *Ivec,
+                                 UINT8 *Output);

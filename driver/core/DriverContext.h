@@ -11,9 +11,9 @@ struct DRIVER_CONTEXT {
   EFI_SYSTEM_TABLE *SystemTable;
   EFI_BOOT_SERVICES *BootServices;
   EFI_RUNTIME_SERVICES *RuntimeServices;
-  EFI_HII_STRING_PROTOCOL *HiiString;     // NULL: no strings are available
-  EFI_HII_DATABASE_PROTOCOL *HiiDatabase; // NULL: no strings are available
-  const VOID *HobList;                    // first HOB, or NULL
+  EFI_HII_STRING_PROTOCOL *HiiString;           // NULL: no strings are available
+  EFI_HII_DATABASE_PROTOCOL *HiiDatabase;       // NULL: no strings are available
+  const VOID *HobList;                          // first HOB, or NULL
   VALIDATION_POLICY_PROTOCOL *ValidationPolicy; // NULL until that protocol is installed
   EFI_EVENT PolicyHaltEvent;                    // each created at most once, never closed
   EFI_EVENT PolicyFetchEvent;

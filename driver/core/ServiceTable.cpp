@@ -93,6 +93,6 @@ constexpr CRYPTO_SERVICES_PROTOCOL mServiceTable = {
 
 EFI_STATUS InstallServiceTable() {
   EFI_HANDLE Handle = nullptr;
-  return DriverContext.BootServices->InstallMultipleProtocolInterfaces(
-      &Handle, &mCryptoServicesProtocolGuid, &mServiceTable, nullptr);
+  return DriverContext.BootServices->InstallMultipleProtocolInterfaces(&Handle, &mCryptoServicesProtocolGuid,
+                                                                       &mServiceTable, nullptr);
 }

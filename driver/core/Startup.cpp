@@ -17,11 +17,14 @@ VOID EFIAPI ValidationPolicyNotify(EFI_EVENT, VOID *);
 void FindValidationPolicy() {
   if (EFI_ERROR(LocateInterface(mValidationPolicyProtocolGuid, &DriverContext.ValidationPolicy))) {
     // Without the watch the policy stays absent, which is a valid platform.
-    (void)WatchForProtocol(mValidationPolicyProtocolGuid, TPL_CALLBACK, ValidationPolicyNotify, nullptr, nullptr);
+    (void)WatchForProtocol(mValidationPolicyProtocolGuid, TPL_CALLBACK, ValidationPolicyNotify, nullptr,
+                           nullptr);
   }
 }
 
-VOID EFIAPI ValidationPolicyNotify(EFI_EVENT, VOID *) { FindValidationPolicy(); }
+VOID EFIAPI ValidationPolicyNotify(EFI_EVENT, VOID *) {
+  FindValidationPolicy();
+}
 
 const VOID *FindHobList(const EFI_SYSTEM_TABLE *SystemTable) {
   for (UINTN Index = 0; Index < SystemTable->NumberOfTableEntries; Index++) {

@@ -17,7 +17,8 @@ UINT32 PackagesSize(const UINT8 *Array) {
 
 } // namespace
 
-EFI_HII_HANDLE AddStringPackages(const EFI_GUID &ListGuid, EFI_HANDLE DeviceHandle, const UINT8 *const *Arrays) {
+EFI_HII_HANDLE AddStringPackages(const EFI_GUID &ListGuid, EFI_HANDLE DeviceHandle,
+                                 const UINT8 *const *Arrays) {
   UINT32 Sum = 0;
   for (UINTN Index = 0; Arrays[Index] != nullptr; Index++) {
     Sum += PackagesSize(Arrays[Index]);
@@ -44,6 +45,7 @@ EFI_HII_HANDLE AddStringPackages(const EFI_GUID &ListGuid, EFI_HANDLE DeviceHand
 
   EFI_HII_HANDLE Handle = nullptr;
   EFI_STATUS Status = DriverContext.HiiDatabase->NewPackageList(
-      DriverContext.HiiDatabase, reinterpret_cast<EFI_HII_PACKAGE_LIST_HEADER *>(List.Get()), DeviceHandle, &Handle);
+      DriverContext.HiiDatabase, reinterpret_cast<EFI_HII_PACKAGE_LIST_HEADER *>(List.Get()), DeviceHandle,
+      &Handle);
   return EFI_ERROR(Status) ? nullptr : Handle;
 }

@@ -9,4 +9,5 @@
 // little-endian UINT32, its own length in bytes with those four, and whole
 // packages follow. NULL when there is nothing to register, no database, no
 // memory, or the database refuses. The database keeps its own copy.
-EFI_HII_HANDLE AddStringPackages(const EFI_GUID &ListGuid, EFI_HANDLE DeviceHandle, const UINT8 *const *Arrays);
+EFI_HII_HANDLE AddStringPackages(const EFI_GUID &ListGuid, EFI_HANDLE DeviceHandle,
+                                 const UINT8 *const *Arrays);

@@ -5,7 +5,8 @@
 #include "driver/digest/HashDispatch.h"
 #include "driver/platform/Pool.h"
 
-EFI_STATUS EFIAPI SvcHashAll(HASH_TYPE HashType, const VOID *Data, UINTN DataSize, UINT8 *Digest, UINTN *DigestSize) {
+EFI_STATUS EFIAPI SvcHashAll(HASH_TYPE HashType, const VOID *Data, UINTN DataSize, UINT8 *Digest,
+                             UINTN *DigestSize) {
   if (Data == nullptr || DigestSize == nullptr || DataSize == 0) {
     return EFI_INVALID_PARAMETER;
   }
@@ -28,7 +29,8 @@ EFI_STATUS EFIAPI SvcHashAll(HASH_TYPE HashType, const VOID *Data, UINTN DataSiz
   if (!Context) {
     return EFI_OUT_OF_RESOURCES;
   }
-  if (!Row->Init(Context.Get()) || !Row->Update(Context.Get(), Data, DataSize) || !Row->Final(Context.Get(), Digest)) {
+  if (!Row->Init(Context.Get()) || !Row->Update(Context.Get(), Data, DataSize) ||
+      !Row->Final(Context.Get(), Digest)) {
     return EFI_SECURITY_VIOLATION;
   }
   return EFI_SUCCESS;

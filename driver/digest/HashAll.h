@@ -12,4 +12,5 @@
 // EFI_UNSUPPORTED (unknown type, *DigestSize is 0 then), EFI_BAD_BUFFER_SIZE
 // (context of size 0), EFI_OUT_OF_RESOURCES, EFI_SECURITY_VIOLATION (a hash
 // step refused). Exactly N bytes of Digest are written on success.
-EFI_STATUS EFIAPI SvcHashAll(HASH_TYPE HashType, const VOID *Data, UINTN DataSize, UINT8 *Digest, UINTN *DigestSize);
+EFI_STATUS EFIAPI SvcHashAll(HASH_TYPE HashType, const VOID *Data, UINTN DataSize, UINT8 *Digest,
+                             UINTN *DigestSize);

@@ -130,6 +130,7 @@ EFI_STATUS EFIAPI SvcHmacVerify(HASH_TYPE HashType, const UINT8 *Key, UINTN KeyS
   if (EFI_ERROR(Status)) {
     return Status;
   }
-  bool Equal = ExpectedMac != nullptr && ExpectedMacSize == MacSize && CompareMemory(Mac.Get(), ExpectedMac, MacSize) == 0;
+  bool Equal = ExpectedMac != nullptr && ExpectedMacSize == MacSize &&
+               CompareMemory(Mac.Get(), ExpectedMac, MacSize) == 0;
   return Equal ? EFI_SUCCESS : EFI_SECURITY_VIOLATION;
 }

@@ -19,13 +19,19 @@ static_assert(sizeof(HMAC_SHA1_CONTEXT) == CRYPTO_SERVICES_HMAC_SHA1_CONTEXT_SIZ
 constexpr UINT64 ActiveMark = 0xB1A55EEDC0DE5A1D;
 constexpr UINTN LargestKey = 0x7FFFFFFF;
 
-UINT64 MarkOf(const HMAC_SHA1_CONTEXT *Context) { return ActiveMark ^ reinterpret_cast<UINT64>(Context); }
+UINT64 MarkOf(const HMAC_SHA1_CONTEXT *Context) {
+  return ActiveMark ^ reinterpret_cast<UINT64>(Context);
+}
 
-bool IsActive(const HMAC_SHA1_CONTEXT *Context) { return Context->Mark == MarkOf(Context); }
+bool IsActive(const HMAC_SHA1_CONTEXT *Context) {
+  return Context->Mark == MarkOf(Context);
+}
 
 } // namespace
 
-UINTN EFIAPI SvcHmacSha1GetContextSize() { return sizeof(HMAC_SHA1_CONTEXT); }
+UINTN EFIAPI SvcHmacSha1GetContextSize() {
+  return sizeof(HMAC_SHA1_CONTEXT);
+}
 
 BOOLEAN EFIAPI SvcHmacSha1Init(VOID *Context, const UINT8 *Key, UINTN KeySize) {
   if (Context == nullptr || KeySize > LargestKey) {

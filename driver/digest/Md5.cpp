@@ -7,7 +7,9 @@
 
 static_assert(sizeof(MD5_CTX) == 92);
 
-UINTN EFIAPI HashRowMd5GetContextSize() { return sizeof(MD5_CTX); }
+UINTN EFIAPI HashRowMd5GetContextSize() {
+  return sizeof(MD5_CTX);
+}
 
 BOOLEAN EFIAPI HashRowMd5Init(VOID *Context) {
   if (Context == nullptr) {

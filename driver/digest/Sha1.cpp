@@ -7,7 +7,9 @@
 
 static_assert(sizeof(SHA_CTX) == CRYPTO_SERVICES_SHA1_CONTEXT_SIZE);
 
-UINTN EFIAPI SvcSha1GetContextSize() { return sizeof(SHA_CTX); }
+UINTN EFIAPI SvcSha1GetContextSize() {
+  return sizeof(SHA_CTX);
+}
 
 BOOLEAN EFIAPI SvcSha1Init(VOID *Context) {
   if (Context == nullptr) {

@@ -7,7 +7,9 @@
 
 static_assert(sizeof(SHA256_CTX) == CRYPTO_SERVICES_SHA256_CONTEXT_SIZE);
 
-UINTN EFIAPI SvcSha256GetContextSize() { return sizeof(SHA256_CTX); }
+UINTN EFIAPI SvcSha256GetContextSize() {
+  return sizeof(SHA256_CTX);
+}
 
 BOOLEAN EFIAPI SvcSha256Init(VOID *Context) {
   if (Context == nullptr) {

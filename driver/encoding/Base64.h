@@ -19,16 +19,16 @@
 // *OutputLength.
 
 // Slots 54 and 55.
-EFI_STATUS EFIAPI SvcBase64EncodeToUnicode(BOOLEAN UrlSafe, BOOLEAN NoNewline, const UINT8 *Data, UINTN DataSize,
-                                           CHAR16 **Output, UINTN *OutputLength);
-EFI_STATUS EFIAPI SvcBase64EncodeToAscii(BOOLEAN UrlSafe, BOOLEAN NoNewline, const UINT8 *Data, UINTN DataSize,
-                                         CHAR8 **Output, UINTN *OutputLength);
+EFI_STATUS EFIAPI SvcBase64EncodeToUnicode(BOOLEAN UrlSafe, BOOLEAN NoNewline, const UINT8 *Data,
+                                           UINTN DataSize, CHAR16 **Output, UINTN *OutputLength);
+EFI_STATUS EFIAPI SvcBase64EncodeToAscii(BOOLEAN UrlSafe, BOOLEAN NoNewline, const UINT8 *Data,
+                                         UINTN DataSize, CHAR8 **Output, UINTN *OutputLength);
 
 // Slots 56 and 58. With UrlSafe the CHAR8 text itself is rewritten to the
 // standard alphabet, up to its first zero byte, and stays so after a later
 // failure. CHAR16 text is only read, the low byte of each character.
-EFI_STATUS EFIAPI SvcBase64DecodeUnicode(BOOLEAN UrlSafe, BOOLEAN NoNewline, const CHAR16 *Input, UINTN InputLength,
-                                         UINT8 **Output, UINTN *OutputLength);
+EFI_STATUS EFIAPI SvcBase64DecodeUnicode(BOOLEAN UrlSafe, BOOLEAN NoNewline, const CHAR16 *Input,
+                                         UINTN InputLength, UINT8 **Output, UINTN *OutputLength);
 EFI_STATUS EFIAPI SvcBase64DecodeAscii(BOOLEAN UrlSafe, BOOLEAN NoNewline, CHAR8 *Input, UINTN InputLength,
                                        UINT8 **Output, UINTN *OutputLength);
 
@@ -36,4 +36,5 @@ EFI_STATUS EFIAPI SvcBase64DecodeAscii(BOOLEAN UrlSafe, BOOLEAN NoNewline, CHAR8
 // when it holds neither line feed nor carriage return.
 EFI_STATUS EFIAPI SvcBase64DecodeUnicodeAuto(const CHAR16 *Input, UINTN InputLength, UINT8 **Output,
                                              UINTN *OutputLength);
-EFI_STATUS EFIAPI SvcBase64DecodeAsciiAuto(CHAR8 *Input, UINTN InputLength, UINT8 **Output, UINTN *OutputLength);
+EFI_STATUS EFIAPI SvcBase64DecodeAsciiAuto(CHAR8 *Input, UINTN InputLength, UINT8 **Output,
+                                           UINTN *OutputLength);

@@ -92,8 +92,8 @@ EFI_STATUS EFIAPI SvcBase64DecodeAscii(BOOLEAN UrlSafe, BOOLEAN NoNewline, CHAR8
   return EFI_SUCCESS;
 }
 
-EFI_STATUS EFIAPI SvcBase64DecodeUnicode(BOOLEAN UrlSafe, BOOLEAN NoNewline, const CHAR16 *Input, UINTN InputLength,
-                                         UINT8 **Output, UINTN *OutputLength) {
+EFI_STATUS EFIAPI SvcBase64DecodeUnicode(BOOLEAN UrlSafe, BOOLEAN NoNewline, const CHAR16 *Input,
+                                         UINTN InputLength, UINT8 **Output, UINTN *OutputLength) {
   EFI_STATUS Status = CheckBase64Arguments(Input, InputLength, Output, OutputLength);
   if (EFI_ERROR(Status)) {
     return Status;
@@ -108,7 +108,8 @@ EFI_STATUS EFIAPI SvcBase64DecodeUnicode(BOOLEAN UrlSafe, BOOLEAN NoNewline, con
   return SvcBase64DecodeAscii(UrlSafe, NoNewline, Narrow.Get(), InputLength, Output, OutputLength);
 }
 
-EFI_STATUS EFIAPI SvcBase64DecodeAsciiAuto(CHAR8 *Input, UINTN InputLength, UINT8 **Output, UINTN *OutputLength) {
+EFI_STATUS EFIAPI SvcBase64DecodeAsciiAuto(CHAR8 *Input, UINTN InputLength, UINT8 **Output,
+                                           UINTN *OutputLength) {
   EFI_STATUS Status = CheckBase64Arguments(Input, InputLength, Output, OutputLength);
   if (EFI_ERROR(Status)) {
     return Status;
@@ -124,5 +125,6 @@ EFI_STATUS EFIAPI SvcBase64DecodeUnicodeAuto(const CHAR16 *Input, UINTN InputLen
     return Status;
   }
   BASE64_SWITCHES Switches = FindSwitches(Input, InputLength);
-  return SvcBase64DecodeUnicode(Switches.UrlSafe, Switches.NoNewline, Input, InputLength, Output, OutputLength);
+  return SvcBase64DecodeUnicode(Switches.UrlSafe, Switches.NoNewline, Input, InputLength, Output,
+                                OutputLength);
 }

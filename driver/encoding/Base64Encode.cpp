@@ -16,8 +16,8 @@ UINTN EncodedLength(UINTN DataSize, BOOLEAN NoNewline) {
 
 } // namespace
 
-EFI_STATUS EFIAPI SvcBase64EncodeToAscii(BOOLEAN UrlSafe, BOOLEAN NoNewline, const UINT8 *Data, UINTN DataSize,
-                                         CHAR8 **Output, UINTN *OutputLength) {
+EFI_STATUS EFIAPI SvcBase64EncodeToAscii(BOOLEAN UrlSafe, BOOLEAN NoNewline, const UINT8 *Data,
+                                         UINTN DataSize, CHAR8 **Output, UINTN *OutputLength) {
   EFI_STATUS Status = CheckBase64Arguments(Data, DataSize, Output, OutputLength);
   if (EFI_ERROR(Status)) {
     return Status;
@@ -53,8 +53,8 @@ EFI_STATUS EFIAPI SvcBase64EncodeToAscii(BOOLEAN UrlSafe, BOOLEAN NoNewline, con
   return EFI_SUCCESS;
 }
 
-EFI_STATUS EFIAPI SvcBase64EncodeToUnicode(BOOLEAN UrlSafe, BOOLEAN NoNewline, const UINT8 *Data, UINTN DataSize,
-                                           CHAR16 **Output, UINTN *OutputLength) {
+EFI_STATUS EFIAPI SvcBase64EncodeToUnicode(BOOLEAN UrlSafe, BOOLEAN NoNewline, const UINT8 *Data,
+                                           UINTN DataSize, CHAR16 **Output, UINTN *OutputLength) {
   EFI_STATUS Status = CheckBase64Arguments(Data, DataSize, Output, OutputLength);
   if (EFI_ERROR(Status)) {
     return Status;

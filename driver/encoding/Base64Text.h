@@ -17,7 +17,8 @@ constexpr UINTN LargestBase64Length = 0x7FFFFFFF; // the library counts in 32 bi
 template <typename INPUT, typename OUTPUT>
 [[nodiscard]] EFI_STATUS CheckBase64Arguments(const INPUT *Input, UINTN Length, OUTPUT *const *Output,
                                               const UINTN *OutputLength) {
-  if (Input == nullptr || Length == 0 || Length > LargestBase64Length || Output == nullptr || OutputLength == nullptr) {
+  if (Input == nullptr || Length == 0 || Length > LargestBase64Length || Output == nullptr ||
+      OutputLength == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
   return *Output != nullptr ? EFI_BAD_BUFFER_SIZE : EFI_SUCCESS;

@@ -30,7 +30,8 @@ BOOLEAN EFIAPI SvcRandomSeed(const UINT8 *Seed, UINTN SeedSize) {
   } else {
     // All of it is seed; behind the text lies what the stack held, which is not cleared on purpose.
     CHAR8 Text[DefaultSeedSize];
-    FormatAscii(Text, sizeof(Text), "UEFI Crypto Library default seed (%ld)", static_cast<INT64>(ProcessorTimeStamp()));
+    FormatAscii(Text, sizeof(Text), "UEFI Crypto Library default seed (%ld)",
+                static_cast<INT64>(ProcessorTimeStamp()));
     MixSeed(Text, sizeof(Text));
   }
   return RAND_status() == 1;

@@ -17,7 +17,8 @@ constexpr UINTN StampSize = 8; // the calendar fields of EFI_TIME, Year to Pad1
 constexpr UINT16 CmosIndexPort = 0x70;
 constexpr UINT16 CmosDataPort = 0x71;
 
-// Bytes 16 to 31 of the seed block carry the end of the last digest from block to block and from call to call.
+// Bytes 16 to 31 of the seed block carry the end of the last digest from block to block and from call to
+// call.
 UINT8 RandomFillSeedBlock[BlockSize];
 UINT8 RandomFillOutputBlock[BlockSize];
 

@@ -4,8 +4,8 @@
 #include "driver/core/DriverContext.h"
 #include "uefi/EventGroups.h"
 
-EFI_STATUS WatchForProtocol(const EFI_GUID &Protocol, EFI_TPL NotifyTpl, EFI_EVENT_NOTIFY Notify, VOID *Context,
-                            VOID **RegistrationKey) {
+EFI_STATUS WatchForProtocol(const EFI_GUID &Protocol, EFI_TPL NotifyTpl, EFI_EVENT_NOTIFY Notify,
+                            VOID *Context, VOID **RegistrationKey) {
   EFI_BOOT_SERVICES *Boot = DriverContext.BootServices;
   EFI_EVENT Event = nullptr;
   EFI_STATUS Status = Boot->CreateEvent(EVT_NOTIFY_SIGNAL, NotifyTpl, Notify, Context, &Event);
@@ -13,7 +13,8 @@ EFI_STATUS WatchForProtocol(const EFI_GUID &Protocol, EFI_TPL NotifyTpl, EFI_EVE
     return Status;
   }
   VOID *LocalKey = nullptr;
-  Status = Boot->RegisterProtocolNotify(&Protocol, Event, RegistrationKey != nullptr ? RegistrationKey : &LocalKey);
+  Status = Boot->RegisterProtocolNotify(&Protocol, Event,
+                                        RegistrationKey != nullptr ? RegistrationKey : &LocalKey);
   if (EFI_ERROR(Status)) {
     Boot->CloseEvent(Event);
   }

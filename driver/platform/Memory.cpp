@@ -20,9 +20,13 @@ struct __attribute__((packed, may_alias)) UNALIGNED64 {
   UINT64 Value;
 };
 
-UINT64 Load64(const UINT8 *Place) { return reinterpret_cast<const UNALIGNED64 *>(Place)->Value; }
+UINT64 Load64(const UINT8 *Place) {
+  return reinterpret_cast<const UNALIGNED64 *>(Place)->Value;
+}
 
-void Store64(UINT8 *Place, UINT64 Value) { reinterpret_cast<UNALIGNED64 *>(Place)->Value = Value; }
+void Store64(UINT8 *Place, UINT64 Value) {
+  reinterpret_cast<UNALIGNED64 *>(Place)->Value = Value;
+}
 
 void MoveForward(UINT8 *Destination, const UINT8 *Source, UINTN Size) {
   if (UseStringInstructions && Size > 32) {
@@ -62,7 +66,9 @@ void FillMemory(VOID *Block, UINTN Size, UINT8 Value) {
   }
 }
 
-void ZeroMemory(VOID *Block, UINTN Size) { FillMemory(Block, Size, 0); }
+void ZeroMemory(VOID *Block, UINTN Size) {
+  FillMemory(Block, Size, 0);
+}
 
 void WipeMemory(VOID *Block, UINTN Size) {
   FillMemory(Block, Size, 0);

@@ -28,4 +28,6 @@ EFI_STATUS AllocateZeroedInto(VOID **Variable, UINTN Size) {
   return *Variable == nullptr ? EFI_OUT_OF_RESOURCES : EFI_SUCCESS;
 }
 
-void FreeBootPool(VOID *Block) { DriverContext.BootServices->FreePool(Block); }
+void FreeBootPool(VOID *Block) {
+  DriverContext.BootServices->FreePool(Block);
+}

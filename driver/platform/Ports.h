@@ -10,4 +10,6 @@ inline UINT8 ReadPort8(UINT16 Port) {
   return Value;
 }
 
-inline void WritePort8(UINT16 Port, UINT8 Value) { __asm__ volatile("outb %0, %1" : : "a"(Value), "Nd"(Port)); }
+inline void WritePort8(UINT16 Port, UINT8 Value) {
+  __asm__ volatile("outb %0, %1" : : "a"(Value), "Nd"(Port));
+}

@@ -27,5 +27,4 @@ extern "C" {
   __asm__ volatile("rdrand %0" : "=r"(*Word), "=@ccc"(Ready));
   return Ready;
 }
-
 }

@@ -25,5 +25,4 @@ UINT64 ProcessorTimeStamp(void);
 // ready. The processor must have the instruction.
 BOOLEAN ProcessorRdseed(UINT64 *Word);
 BOOLEAN ProcessorRdrand(UINT64 *Word);
-
 }

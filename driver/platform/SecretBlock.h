@@ -10,7 +10,9 @@ public:
   SecretBlock() = default;
   // A zeroed block of Size bytes, empty when the pool refuses.
   explicit SecretBlock(UINTN Size) : Block_(static_cast<UINT8 *>(AllocateZeroedPool(Size))), Size_(Size) {}
-  SecretBlock(SecretBlock &&Other) noexcept : Block_(Other.Block_), Size_(Other.Size_) { Other.Block_ = nullptr; }
+  SecretBlock(SecretBlock &&Other) noexcept : Block_(Other.Block_), Size_(Other.Size_) {
+    Other.Block_ = nullptr;
+  }
   SecretBlock &operator=(SecretBlock &&Other) noexcept {
     UINT8 *Block = Block_;
     UINTN Size = Size_;

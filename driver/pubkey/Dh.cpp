@@ -5,8 +5,8 @@
 #include <openssl/bn.h>
 #include <openssl/dh.h>
 
-#include "driver/platform/Pool.h"
 #include "driver/platform/LibraryHandle.h"
+#include "driver/platform/Pool.h"
 
 namespace {
 

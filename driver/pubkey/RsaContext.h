@@ -52,7 +52,7 @@ void ReplaceRsaComponent(RSA_CONTEXT *Context, RSA_KEY_TAG Tag, BIGNUM *Value);
 
 // The library's key for signing and decrypting, with blinding as soon as the random generator is ready and e
 // is known. Needs n with d, or with e, p and q; takes the CRT way when all five of its components are there
-// and qInv is no wider than p. p and q count only when their product is n. NULL when these are missing or have no inverse, the modulus is
-// above RSA_MODULUS_BITS_MAX, any component is wider than the modulus (the time would grow without bound), or
-// memory runs out. Owned as RsaPublicKeyOf says.
+// and qInv is no wider than p. p and q count only when their product is n. NULL when these are missing or
+// have no inverse, the modulus is above RSA_MODULUS_BITS_MAX, any component is wider than the modulus (the
+// time would grow without bound), or memory runs out. Owned as RsaPublicKeyOf says.
 [[nodiscard]] RSA *RsaPrivateKeyOf(RSA_CONTEXT *Context);

@@ -19,5 +19,4 @@ EFI_STATUS strncpy(CHAR8 *Destination, const CHAR8 *Source, UINTN Count);
 // EFI_BAD_BUFFER_SIZE: no room left; EFI_BUFFER_TOO_SMALL: the source does not
 // fit; EFI_ACCESS_DENIED: overlap, judged as for strncpy.
 EFI_STATUS strcat(CHAR8 *Destination, const CHAR8 *Source);
-
 }

@@ -16,9 +16,13 @@ constexpr INT32 mCumulativeDays[2][14] = {
     {0, 0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335, 366},
 };
 
-bool IsLeapYear(INT32 Year) { return (Year % 4 == 0 && Year % 100 != 0) || Year % 400 == 0; }
+bool IsLeapYear(INT32 Year) {
+  return (Year % 4 == 0 && Year % 100 != 0) || Year % 400 == 0;
+}
 
-INT32 DaysOfYear(INT32 Year) { return mCumulativeDays[IsLeapYear(Year)][13]; }
+INT32 DaysOfYear(INT32 Year) {
+  return mCumulativeDays[IsLeapYear(Year)][13];
+}
 
 // 0 for a reading outside what a time value holds: with that no certificate is
 // valid.

@@ -6,5 +6,4 @@ extern "C" {
 int _fltused;
 
 void *__imp_RtlVirtualUnwind;
-
 }

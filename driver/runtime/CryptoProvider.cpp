@@ -31,9 +31,12 @@ constexpr OSSL_ALGORITHM Algorithm(const char *Names, const OSSL_DISPATCH *Funct
 }
 
 const OSSL_ALGORITHM mDigests[] = {
-    Algorithm(PROV_NAMES_MD5, ossl_md5_functions),         Algorithm(PROV_NAMES_SHA1, ossl_sha1_functions),
-    Algorithm(PROV_NAMES_SHA2_224, ossl_sha224_functions), Algorithm(PROV_NAMES_SHA2_256, ossl_sha256_functions),
-    Algorithm(PROV_NAMES_SHA2_384, ossl_sha384_functions), Algorithm(PROV_NAMES_SHA2_512, ossl_sha512_functions),
+    Algorithm(PROV_NAMES_MD5, ossl_md5_functions),
+    Algorithm(PROV_NAMES_SHA1, ossl_sha1_functions),
+    Algorithm(PROV_NAMES_SHA2_224, ossl_sha224_functions),
+    Algorithm(PROV_NAMES_SHA2_256, ossl_sha256_functions),
+    Algorithm(PROV_NAMES_SHA2_384, ossl_sha384_functions),
+    Algorithm(PROV_NAMES_SHA2_512, ossl_sha512_functions),
     mEnd,
 };
 
@@ -185,5 +188,4 @@ void openssl_add_all_digests_int(void) {
   EVP_add_digest(EVP_sha384());
   EVP_add_digest(EVP_sha512());
 }
-
 }

@@ -16,8 +16,8 @@ extern "C" {
 namespace {
 
 constexpr UINTN BlockSize = SHA256_DIGEST_LENGTH;
-constexpr UINTN SeedNeeded = 32;      // bytes of seed that stand in for a processor source
-constexpr UINTN WordsPerBlock = 8;    // twice the block: a hardware word may hold less than 64 bits of entropy
+constexpr UINTN SeedNeeded = 32;   // bytes of seed that stand in for a processor source
+constexpr UINTN WordsPerBlock = 8; // twice the block: a hardware word may hold less than 64 bits of entropy
 constexpr UINTN AttemptsPerWord = 64; // a busy source answers within far fewer
 
 // First byte of every hash over the pool, so that no two uses meet.
@@ -122,10 +122,11 @@ int ossl_pool_add_nonce_data(RAND_POOL *Pool) {
   return ossl_rand_pool_add(Pool, reinterpret_cast<const unsigned char *>(&Nonce), sizeof(Nonce), 0);
 }
 
-int ossl_rand_pool_init(void) { return 1; }
+int ossl_rand_pool_init(void) {
+  return 1;
+}
 
 void ossl_rand_pool_cleanup(void) {}
 
 void ossl_rand_pool_keep_random_devices_open(int) {}
-
 }

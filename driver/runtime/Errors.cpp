@@ -25,7 +25,8 @@ void ERR_new(void) {
   Queue->err_buffer[Top] = 0;
   Queue->err_marks[Top] = 0;
   Queue->err_flags[Top] = 0;
-  // What ERR_add_error_data has put here before is a buffer to write to again; any other text is not the queue's.
+  // What ERR_add_error_data has put here before is a buffer to write to again; any other text is not the
+  // queue's.
   if ((Queue->err_data_flags[Top] & ERR_TXT_MALLOCED) != 0 && Queue->err_data[Top] != nullptr) {
     Queue->err_data[Top][0] = '\0';
     Queue->err_data_flags[Top] = ERR_TXT_MALLOCED;
@@ -51,5 +52,4 @@ void ERR_set_error(int Library, int Reason, const char *Format, ...) {
   ERR_vset_error(Library, Reason, Format, Arguments);
   va_end(Arguments);
 }
-
 }

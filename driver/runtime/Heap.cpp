@@ -73,7 +73,8 @@ bool Grow() {
   Segment->Slots = reinterpret_cast<SLOT *>(Segment + 1);
   // A notification may have grown the table meanwhile: its segment then becomes the older one.
   Segment->Older = Newest;
-  while (!__atomic_compare_exchange_n(&Newest, &Segment->Older, Segment, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST)) {
+  while (!__atomic_compare_exchange_n(&Newest, &Segment->Older, Segment, false, __ATOMIC_SEQ_CST,
+                                      __ATOMIC_SEQ_CST)) {
   }
   return true;
 }

@@ -22,5 +22,4 @@ VOID *realloc(VOID *Block, UINTN Size);
 
 // Hands Block back to the pool; NULL does nothing.
 void free(VOID *Block);
-
 }

@@ -33,5 +33,4 @@ VOID *memchr(const VOID *Block, int Value, size_t Count) {
   }
   return nullptr;
 }
-
 }

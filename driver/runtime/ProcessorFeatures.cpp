@@ -12,7 +12,9 @@ PROCESSOR_FEATURES ProcessorFeatures;
 
 namespace {
 
-consteval UINT32 Bit(UINT32 Number) { return UINT32{1} << Number; }
+consteval UINT32 Bit(UINT32 Number) {
+  return UINT32{1} << Number;
+}
 
 // Firmware interrupt code commonly saves only the FXSAVE state: a notification
 // that ran AVX code would damage the code it interrupted. The masks name every

@@ -62,7 +62,8 @@ extern "C" void qsort(VOID *Base, size_t Count, size_t Width, int (*Compare)(con
     return;
   }
   UINT8 StackScratch[StackScratchSize];
-  PoolBlock<UINT8> PoolScratch(Width > StackScratchSize ? static_cast<UINT8 *>(AllocateBootPool(Width)) : nullptr);
+  PoolBlock<UINT8> PoolScratch(Width > StackScratchSize ? static_cast<UINT8 *>(AllocateBootPool(Width))
+                                                        : nullptr);
   UINT8 *Scratch = Width > StackScratchSize ? PoolScratch.Get() : StackScratch;
   if (Scratch == nullptr) {
     return; // without memory the array stays as it was

@@ -81,9 +81,13 @@ static size_t SpanWhile(const CHAR8 *Text, const CHAR8 *Set, bool Inside) {
   return Length;
 }
 
-size_t strspn(const CHAR8 *Text, const CHAR8 *Accepted) { return SpanWhile(Text, Accepted, true); }
+size_t strspn(const CHAR8 *Text, const CHAR8 *Accepted) {
+  return SpanWhile(Text, Accepted, true);
+}
 
-size_t strcspn(const CHAR8 *Text, const CHAR8 *Refused) { return SpanWhile(Text, Refused, false); }
+size_t strcspn(const CHAR8 *Text, const CHAR8 *Refused) {
+  return SpanWhile(Text, Refused, false);
+}
 
 CHAR8 *strpbrk(const CHAR8 *Text, const CHAR8 *Accepted) {
   Text += strcspn(Text, Accepted);
@@ -104,10 +108,15 @@ UINT64 atoi(const CHAR8 *Text) {
   return Value;
 }
 
-int isdigit(int Character) { return Character >= '0' && Character <= '9'; }
+int isdigit(int Character) {
+  return Character >= '0' && Character <= '9';
+}
 
-int isspace(int Character) { return Character == ' ' || (Character >= '\t' && Character <= '\r'); }
+int isspace(int Character) {
+  return Character == ' ' || (Character >= '\t' && Character <= '\r');
+}
 
-int tolower(int Character) { return Character >= 'A' && Character <= 'Z' ? Character - 'A' + 'a' : Character; }
-
+int tolower(int Character) {
+  return Character >= 'A' && Character <= 'Z' ? Character - 'A' + 'a' : Character;
+}
 }

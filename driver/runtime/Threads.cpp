@@ -19,15 +19,23 @@ UINT8 OnlyLock;
 
 extern "C" {
 
-CRYPTO_RWLOCK *CRYPTO_THREAD_lock_new(void) { return &OnlyLock; }
+CRYPTO_RWLOCK *CRYPTO_THREAD_lock_new(void) {
+  return &OnlyLock;
+}
 
 void CRYPTO_THREAD_lock_free(CRYPTO_RWLOCK *) {}
 
-int CRYPTO_THREAD_read_lock(CRYPTO_RWLOCK *) { return 1; }
+int CRYPTO_THREAD_read_lock(CRYPTO_RWLOCK *) {
+  return 1;
+}
 
-int CRYPTO_THREAD_write_lock(CRYPTO_RWLOCK *) { return 1; }
+int CRYPTO_THREAD_write_lock(CRYPTO_RWLOCK *) {
+  return 1;
+}
 
-int CRYPTO_THREAD_unlock(CRYPTO_RWLOCK *) { return 1; }
+int CRYPTO_THREAD_unlock(CRYPTO_RWLOCK *) {
+  return 1;
+}
 
 int CRYPTO_THREAD_run_once(CRYPTO_ONCE *Once, void (*Routine)(void)) {
   if (*Once == 0) {
@@ -45,7 +53,9 @@ int CRYPTO_THREAD_init_local(CRYPTO_THREAD_LOCAL *Key, void (*)(void *)) {
   return 1;
 }
 
-void *CRYPTO_THREAD_get_local(CRYPTO_THREAD_LOCAL *Key) { return *Key < LargestKey ? ThreadData[*Key] : nullptr; }
+void *CRYPTO_THREAD_get_local(CRYPTO_THREAD_LOCAL *Key) {
+  return *Key < LargestKey ? ThreadData[*Key] : nullptr;
+}
 
 int CRYPTO_THREAD_set_local(CRYPTO_THREAD_LOCAL *Key, void *Data) {
   if (*Key >= LargestKey) {
@@ -60,9 +70,13 @@ int CRYPTO_THREAD_cleanup_local(CRYPTO_THREAD_LOCAL *Key) {
   return 1;
 }
 
-CRYPTO_THREAD_ID CRYPTO_THREAD_get_current_id(void) { return 0; }
+CRYPTO_THREAD_ID CRYPTO_THREAD_get_current_id(void) {
+  return 0;
+}
 
-int CRYPTO_THREAD_compare_id(CRYPTO_THREAD_ID First, CRYPTO_THREAD_ID Second) { return First == Second; }
+int CRYPTO_THREAD_compare_id(CRYPTO_THREAD_ID First, CRYPTO_THREAD_ID Second) {
+  return First == Second;
+}
 
 int CRYPTO_atomic_add(int *Value, int Amount, int *Result, CRYPTO_RWLOCK *) {
   *Value += Amount;
@@ -84,7 +98,10 @@ int CRYPTO_atomic_load(uint64_t *Value, uint64_t *Result, CRYPTO_RWLOCK *) {
 // No process here forks.
 int openssl_init_fork_handlers(void);
 int openssl_get_fork_id(void);
-int openssl_init_fork_handlers(void) { return 0; }
-int openssl_get_fork_id(void) { return 0; }
-
+int openssl_init_fork_handlers(void) {
+  return 0;
+}
+int openssl_get_fork_id(void) {
+  return 0;
+}
 }

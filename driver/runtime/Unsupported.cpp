@@ -12,20 +12,30 @@ int errno;
 
 extern "C" {
 
-int sscanf(const char *, const char *, ...) { return 0; }
+int sscanf(const char *, const char *, ...) {
+  return 0;
+}
 
-int BIO_printf(void *, const char *, ...) { return 0; }
+int BIO_printf(void *, const char *, ...) {
+  return 0;
+}
 
-char *getenv(const char *) { return nullptr; }
+char *getenv(const char *) {
+  return nullptr;
+}
 
-int stat(const char *, struct stat *) { return -1; }
+int stat(const char *, struct stat *) {
+  return -1;
+}
 
 int gettimeofday(struct timeval *Now, void *) {
   *Now = {};
   return -1;
 }
 
-char *strerror(int) { return const_cast<char *>(""); }
+char *strerror(int) {
+  return const_cast<char *>("");
+}
 
 long strtol(const char *Text, char **End, int) {
   if (End != nullptr) {
@@ -45,5 +55,4 @@ void abort() {
   }
   __builtin_unreachable();
 }
-
 }

@@ -63,8 +63,8 @@ TEST_F(ImageFileTest, HeaderSaysWhatTheImageIs) {
   EXPECT_NE(Optional.DllCharacteristics & IMAGE_DLLCHARACTERISTICS_NX_COMPAT, 0);
   EXPECT_NE(Optional.DllCharacteristics & IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE, 0);
   EXPECT_NE(Optional.DataDirectory[IMAGE_DIRECTORY_ENTRY_BASERELOC].Size, 0U);
-  for (UINT32 Absent : {IMAGE_DIRECTORY_ENTRY_IMPORT, IMAGE_DIRECTORY_ENTRY_EXPORT,
-                        IMAGE_DIRECTORY_ENTRY_TLS, IMAGE_DIRECTORY_ENTRY_EXCEPTION}) {
+  for (UINT32 Absent : {IMAGE_DIRECTORY_ENTRY_IMPORT, IMAGE_DIRECTORY_ENTRY_EXPORT, IMAGE_DIRECTORY_ENTRY_TLS,
+                        IMAGE_DIRECTORY_ENTRY_EXCEPTION}) {
     EXPECT_EQ(Optional.DataDirectory[Absent].Size, 0U) << "data directory " << Absent;
   }
 }
@@ -81,13 +81,15 @@ TEST_F(ImageFileTest, SectionsAreTheExpectedOnesWithTheirRights) {
   EXPECT_EQ(Names, (std::set<std::string>{".data", ".rdata", ".reloc", ".text"}));
 }
 
-// A name that libraries of a hosted system or compilers bring in means that something was linked that should not be.
+// A name that libraries of a hosted system or compilers bring in means that something was linked that should
+// not be.
 TEST_F(ImageFileTest, NoUnexpectedSymbol) {
   fs::path MapPath = fs::path(TestedImage()).replace_extension(".map");
   std::ifstream Map(MapPath);
   ASSERT_TRUE(Map) << MapPath;
-  const std::regex Unexpected(R"( (__chkstk\S*|_Unwind\S*|__cxa_\S*|__gxx_\S*|_Zn\S*|_Zd\S*|_ZSt\S*|__stack_chk\S*|)"
-                              R"(printf|fprintf|puts|OutputDebug\S*|DebugPrint\S*) )");
+  const std::regex Unexpected(
+      R"( (__chkstk\S*|_Unwind\S*|__cxa_\S*|__gxx_\S*|_Zn\S*|_Zd\S*|_ZSt\S*|__stack_chk\S*|)"
+      R"(printf|fprintf|puts|OutputDebug\S*|DebugPrint\S*) )");
   UINTN Symbols = 0;
   for (std::string Line; std::getline(Map, Line);) {
     Symbols += Line.find(" 00000001400") != std::string::npos ? 1 : 0;
@@ -96,8 +98,9 @@ TEST_F(ImageFileTest, NoUnexpectedSymbol) {
   EXPECT_GT(Symbols, 50U);
 }
 
-// Interrupt code in firmware saves the FXSAVE state alone. Compiled code holds no AVX unless it is asked for, so the
-// library's generated assembler is what to look at: a disassembly of the image would take its tables for code.
+// Interrupt code in firmware saves the FXSAVE state alone. Compiled code holds no AVX unless it is asked for,
+// so the library's generated assembler is what to look at: a disassembly of the image would take its tables
+// for code.
 TEST_F(ImageFileTest, TheLibrarysAssemblerHoldsNoAvx) {
   const std::regex Vector(R"(^\s*(v[a-z0-9]+\s.*%[xyz]mm|vzero(upper|all)))");
   UINTN Files = 0;

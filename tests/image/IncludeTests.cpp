@@ -30,7 +30,8 @@ const std::vector<Rule> mRules = {
     {"driver/encoding", {"driver/digest", "driver/platform", "driver/runtime", "uefi"}},
     {"driver/pubkey", {"driver/platform", "driver/runtime", "uefi"}},
     {"driver/trust",
-     {"driver/core/DriverContext.h", "driver/digest", "driver/platform", "driver/pubkey", "driver/runtime", "uefi"}},
+     {"driver/core/DriverContext.h", "driver/digest", "driver/platform", "driver/pubkey", "driver/runtime",
+      "uefi"}},
     {"driver/policy", {"driver/core/DriverContext.h", "driver/platform", "uefi"}},
     {"simulator", {"uefi"}},
     {"tools", {"simulator", "tools", "uefi"}},
@@ -72,7 +73,8 @@ bool Allowed(const Rule &Row, const std::string &Included) {
 
 TEST(Includes, FollowTheDirectionOfTheHouse) {
   const fs::path Root = SOURCE_ROOT;
-  const std::set<std::string> Top = {"benchmarks", "driver", "include", "simulator", "tests", "tools", "uefi"};
+  const std::set<std::string> Top = {"benchmarks", "driver", "include", "simulator",
+                                     "tests",      "tools",  "uefi"};
   const std::regex Include("^\\s*#\\s*include\\s+\"([^\"]+)\"");
   unsigned Checked = 0;
   for (const std::string &Folder : Top) {

@@ -14,9 +14,13 @@ std::string ImagePath = FIRMWARE_IMAGE_PATH;
 
 } // namespace
 
-bool TestsImage() { return Image; }
+bool TestsImage() {
+  return Image;
+}
 
-const std::string &TestedImage() { return ImagePath; }
+const std::string &TestedImage() {
+  return ImagePath;
+}
 
 SessionOptions TestedDriver() {
   SessionOptions Options;
@@ -38,7 +42,9 @@ void DriverTest::Reboot() {
   Session();
 }
 
-void DriverTest::TearDown() { CheckEnd(); }
+void DriverTest::TearDown() {
+  CheckEnd();
+}
 
 void DriverTest::CheckEnd() {
   if (!Session_) {

@@ -187,7 +187,8 @@ TEST_F(FirmwareImagePolicyTest, CornersOfThePolicyCheck) {
   }
   EXPECT_EQ(Policy.Queries.size(), 2U);
   const EFI_HANDLE Empty = Firmware().Handles.InstallHost(mPolicyCheckWaiverProtocolGuid, nullptr);
-  EXPECT_EQ(CheckImagePolicy(nullptr, 1), EFI_INVALID_PARAMETER) << "a waiver without interface waives nothing";
+  EXPECT_EQ(CheckImagePolicy(nullptr, 1), EFI_INVALID_PARAMETER)
+      << "a waiver without interface waives nothing";
   Firmware().Handles.UninstallHost(Empty, mPolicyCheckWaiverProtocolGuid);
   PolicyWaiver Waiver;
   Firmware().Handles.InstallHost(mPolicyCheckWaiverProtocolGuid, &Waiver.Interface);

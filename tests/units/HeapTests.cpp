@@ -79,7 +79,8 @@ TEST_F(HeapTest, ARefusedReallocLeavesTheBlock) {
 
 TEST_F(HeapTest, PoolBlocksAndHeapBlocksAreInterchangeable) {
   Crt_free(AllocateBootPool(50)); // no entry: only freed
-  // A heap block that goes to the pool directly leaves an entry behind; a new block at its address replaces it.
+  // A heap block that goes to the pool directly leaves an entry behind; a new block at its address replaces
+  // it.
   for (int Round = 0; Round < 2000; Round++) {
     VOID *Block = Crt_malloc(8 + Round % 5 * 8);
     Held Checked = {static_cast<UINT8 *>(Block), Bytes()};
@@ -101,7 +102,8 @@ TEST_F(HeapTest, TensOfThousandsOfBlocksKeepTheirSizes) {
       Live.emplace(Next, Hold(1 + Generator() % 40, Next));
       Next++;
     } else if (!Live.empty()) {
-      auto Place = std::next(Live.begin(), static_cast<std::ptrdiff_t>(Generator() % std::min<UINTN>(Live.size(), 50)));
+      auto Place = std::next(Live.begin(),
+                             static_cast<std::ptrdiff_t>(Generator() % std::min<UINTN>(Live.size(), 50)));
       if (Choice == 7) {
         Resize(Place->second, 1 + Generator() % 80);
       } else {
@@ -139,8 +141,8 @@ TEST_F(HeapTest, AFailedGrowthOfTheTableFailsMallocAndLeaksNothing) {
   }
 }
 
-// A notification in the middle of a call makes, resizes and frees blocks of its own; inside every allocation of a
-// long series, the growths of the table included.
+// A notification in the middle of a call makes, resizes and frees blocks of its own; inside every allocation
+// of a long series, the growths of the table included.
 TEST_F(HeapTest, NotificationsInTheMiddleOfCallsLeaveTheTableWhole) {
   std::mt19937 Generator(11);
   std::vector<Held> Outer;

@@ -86,7 +86,8 @@ TEST_F(PlatformTest, HashContextsAreDuplicatedWhole) {
     BOOLEAN(EFIAPI *Duplicate)(const VOID *, VOID *);
     UINTN Size;
   };
-  for (const Row &Case : {Row{HashRowSha1Duplicate, 96}, Row{HashRowSha256Duplicate, 112}, Row{HashRowMd5Duplicate, 92}}) {
+  for (const Row &Case :
+       {Row{HashRowSha1Duplicate, 96}, Row{HashRowSha256Duplicate, 112}, Row{HashRowMd5Duplicate, 92}}) {
     Bytes From = Pattern(Case.Size);
     GuardedBuffer To(Case.Size);
     EXPECT_FALSE(Case.Duplicate(nullptr, To.Get()));
@@ -164,7 +165,8 @@ TEST_F(PlatformTest, AWatchHandsOutItsKeyAndAnEventNeedsNoNotification) {
   ASSERT_EQ(RegisterReadyToBootCallback(TPL_CALLBACK, nullptr, &Event), EFI_SUCCESS);
   Firmware().SignalReadyToBoot();
   const auto &Run = Firmware().Events.Notifications();
-  EXPECT_TRUE(std::any_of(Run.begin(), Run.end(), [&](const auto &Each) { return Each.Event == Event && Each.Returned; }));
+  EXPECT_TRUE(std::any_of(Run.begin(), Run.end(),
+                          [&](const auto &Each) { return Each.Event == Event && Each.Returned; }));
 }
 
 TEST_F(PlatformTest, FormatsOneNumberWithinTheBuffer) {
@@ -256,7 +258,8 @@ TEST_F(PlatformTest, StringPackagesBecomeOnePackageList) {
   Bytes Export(400);
   UINTN Size = Export.size();
   ASSERT_EQ(DriverContext.HiiDatabase->ExportPackageLists(
-                DriverContext.HiiDatabase, Handle, &Size, reinterpret_cast<EFI_HII_PACKAGE_LIST_HEADER *>(Export.data())),
+                DriverContext.HiiDatabase, Handle, &Size,
+                reinterpret_cast<EFI_HII_PACKAGE_LIST_HEADER *>(Export.data())),
             EFI_SUCCESS);
   Bytes Expected(20);
   memcpy(Expected.data(), &List, sizeof(List));

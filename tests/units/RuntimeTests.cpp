@@ -64,7 +64,8 @@ TEST_F(RuntimeTest, TimeFollowsTheFirmwareClock) {
 }
 
 TEST_F(RuntimeTest, BrokenDownTimeEqualsTheHosts) {
-  std::vector<INT32> Values = {0, 86399, 72000, 951868800, 951782400, -1, -86400, -86401, INT32_MIN, INT32_MAX, 68169600};
+  std::vector<INT32> Values = {0,      86399,  72000,     951868800, 951782400, -1,
+                               -86400, -86401, INT32_MIN, INT32_MAX, 68169600};
   std::mt19937 Generator(3);
   for (int Count = 0; Count < 20000; Count++) {
     Values.push_back(static_cast<INT32>(Generator()));
@@ -74,10 +75,10 @@ TEST_F(RuntimeTest, BrokenDownTimeEqualsTheHosts) {
     std::tm Host;
     gmtime_r(&Wide, &Host);
     const CrtTm *Own = Crt_gmtime(&Value);
-    ASSERT_EQ(std::vector<int>({Own->Second, Own->Minute, Own->Hour, Own->MonthDay, Own->Month, Own->Year, Own->WeekDay,
-                                Own->YearDay, Own->Daylight}),
-              std::vector<int>({Host.tm_sec, Host.tm_min, Host.tm_hour, Host.tm_mday, Host.tm_mon, Host.tm_year,
-                                Host.tm_wday, Host.tm_yday, 0}))
+    ASSERT_EQ(std::vector<int>({Own->Second, Own->Minute, Own->Hour, Own->MonthDay, Own->Month, Own->Year,
+                                Own->WeekDay, Own->YearDay, Own->Daylight}),
+              std::vector<int>({Host.tm_sec, Host.tm_min, Host.tm_hour, Host.tm_mday, Host.tm_mon,
+                                Host.tm_year, Host.tm_wday, Host.tm_yday, 0}))
         << Value;
   }
 }
@@ -85,9 +86,10 @@ TEST_F(RuntimeTest, BrokenDownTimeEqualsTheHosts) {
 TEST_F(RuntimeTest, TimeAndBrokenDownTimeAreInverse) {
   for (INT32 Value = 0; Value > 0 || Value == 0; Value += 86400 * 9 + 3601) {
     CrtTm Parts = *Crt_gmtime(&Value);
-    Firmware().RealTimeClock.Set(At(static_cast<UINT16>(Parts.Year + 1900), static_cast<UINT8>(Parts.Month + 1),
-                                    static_cast<UINT8>(Parts.MonthDay), static_cast<UINT8>(Parts.Hour),
-                                    static_cast<UINT8>(Parts.Minute), static_cast<UINT8>(Parts.Second)));
+    Firmware().RealTimeClock.Set(At(static_cast<UINT16>(Parts.Year + 1900),
+                                    static_cast<UINT8>(Parts.Month + 1), static_cast<UINT8>(Parts.MonthDay),
+                                    static_cast<UINT8>(Parts.Hour), static_cast<UINT8>(Parts.Minute),
+                                    static_cast<UINT8>(Parts.Second)));
     ASSERT_EQ(Crt_time(nullptr), Value);
     if (Value > INT32_MAX - 86400 * 10) {
       break;
@@ -182,7 +184,8 @@ TEST_F(RuntimeTest, TextRoutines) {
   EXPECT_EQ(Crt_sscanf("1.2.3.4", "%d.%d.%d.%d", nullptr, nullptr, nullptr, nullptr), 0);
   EXPECT_EQ(BIO_printf(nullptr, "%d", 1), 0);
   for (int Character = 0; Character < 256; Character++) {
-    EXPECT_EQ(Crt_isspace(Character) != 0, Character == ' ' || (Character >= 9 && Character <= 13)) << Character;
+    EXPECT_EQ(Crt_isspace(Character) != 0, Character == ' ' || (Character >= 9 && Character <= 13))
+        << Character;
     EXPECT_EQ(Crt_isdigit(Character) != 0, Character >= '0' && Character <= '9') << Character;
     EXPECT_EQ(Crt_tolower(Character), Character >= 'A' && Character <= 'Z' ? Character + 32 : Character);
   }
@@ -238,7 +241,8 @@ TEST_F(RuntimeTest, BoundedCopyAnswersInItsOrder) {
   EXPECT_EQ(Crt_strlen(Room.data()), 4095U);
   EXPECT_EQ(Crt_strncpy(Room.data(), Exact.c_str(), 4096), EFI_SUCCESS);
   EXPECT_EQ(Crt_strncpy(Room.data(), "abcdef", 3), EFI_SUCCESS);
-  EXPECT_EQ(std::string(Room.data(), 5), std::string("abc\0b", 5)) << "nothing behind the terminator is padded";
+  EXPECT_EQ(std::string(Room.data(), 5), std::string("abc\0b", 5))
+      << "nothing behind the terminator is padded";
   // Overlap: the destination within the source and its terminator, or the source within 4096 bytes above.
   strcpy(Far, "hello");
   EXPECT_EQ(Crt_strncpy(Far + 5, Far, 9), EFI_ACCESS_DENIED);

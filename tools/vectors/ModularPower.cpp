@@ -28,7 +28,7 @@ private:
   mpz_t Value_;
 };
 
-}  // namespace
+} // namespace
 
 std::vector<UINT8> ModularPower(const std::vector<UINT8> &Base, const std::vector<UINT8> &Exponent,
                                 const std::vector<UINT8> &Modulus) {
