@@ -6,6 +6,7 @@
 #include <random>
 
 #include "tests/support/DriverTest.h"
+#include "tests/support/Sweep.h"
 
 namespace {
 
@@ -389,6 +390,33 @@ TEST_F(Base64Test, RefusalsTouchNothing) {
     EXPECT_EQ(Output, &Held);
     EXPECT_EQ(Size, mUnchanged);
     EXPECT_EQ(Memory().Calls(), Calls);
+  }
+}
+
+// A text of several growths of the library's buffer: where one of them fails, nobody sees the short text.
+TEST_F(Base64Test, LongTextsAreWholeOrRefused) {
+  const Bytes Data = Pattern(3000);
+  const std::string Text = Encode(Data, false, true);
+  Answer Given;
+  SweepScenario Scenario;
+  Scenario.Success = EFI_SUCCESS;
+  // Where memory runs out before the first character, nothing was encoded.
+  Scenario.Failures = {EFI_OUT_OF_RESOURCES, EFI_LOAD_ERROR};
+  Scenario.AfterSuccess = [&] { EXPECT_EQ(Given.Output, ToBytes(Text)); };
+  for (bool WideText : {false, true}) {
+    Scenario.Name = WideText ? "a long text in CHAR16" : "a long text in CHAR8";
+    Scenario.Call = [&, WideText]() -> UINT64 {
+      UINTN Length = mUnchanged;
+      CHAR8 *Narrow = nullptr;
+      CHAR16 *Wide = nullptr;
+      const EFI_STATUS Status =
+          WideText ? Svc().SvcBase64EncodeToUnicode(FALSE, TRUE, Data.data(), Data.size(), &Wide, &Length)
+                   : Svc().SvcBase64EncodeToAscii(FALSE, TRUE, Data.data(), Data.size(), &Narrow, &Length);
+      Given =
+          WideText ? Take(Status, reinterpret_cast<UINT16 *>(Wide), Length) : Take(Status, Narrow, Length);
+      return Status;
+    };
+    EXPECT_GT(SweepAllocations(Session(), Scenario), 6U);
   }
 }
 
